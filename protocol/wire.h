@@ -1,0 +1,66 @@
+// Encoding of the primitives: big-endian integers, texts as u32 length and bytes, values as u8 type and content.
+// A Reader that meets anything malformed turns bad, stays bad and yields zeros from then on, so callers test it once.
+#ifndef GW_PROTOCOL_WIRE_H
+#define GW_PROTOCOL_WIRE_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "protocol/value.h"
+
+namespace proto {
+
+using Writer = std::string;
+
+struct Reader {
+    const char *at = nullptr;
+    const char *end = nullptr;
+    bool ok = true;
+};
+
+Reader make_reader(std::string_view bytes);
+// True when everything was read and nothing was malformed.
+bool at_end(const Reader &r);
+
+void put_u8(Writer &w, std::uint8_t v);
+void put_u16(Writer &w, std::uint16_t v);
+void put_u32(Writer &w, std::uint32_t v);
+void put_u64(Writer &w, std::uint64_t v);
+void put_text(Writer &w, std::string_view v);
+void put_value(Writer &w, const Value &v);
+void put_tag_value(Writer &w, const TagValue &v);
+void put_keypath(Writer &w, const KeyPath &v);
+
+std::uint8_t get_u8(Reader &r);
+std::uint16_t get_u16(Reader &r);
+std::uint32_t get_u32(Reader &r);
+std::uint64_t get_u64(Reader &r);
+std::string get_text(Reader &r);
+Value get_value(Reader &r);
+TagValue get_tag_value(Reader &r);
+KeyPath get_keypath(Reader &r);
+
+// Lists are a u16 count and the elements. An element is at least one byte, so a count beyond the bytes left is
+// malformed before anything is allocated.
+template <typename T, typename Put> void put_list(Writer &w, const std::vector<T> &list, Put put)
+{
+    put_u16(w, static_cast<std::uint16_t>(list.size()));
+    for (const T &item : list)
+        put(w, item);
+}
+
+template <typename T, typename Get> std::vector<T> get_list(Reader &r, Get get)
+{
+    std::vector<T> list;
+    const std::uint16_t count = get_u16(r);
+    if (count > r.end - r.at) r.ok = false;
+    for (std::uint16_t i = 0; r.ok && i < count; i++)
+        list.push_back(get(r));
+    return list;
+}
+
+} // namespace proto
+
+#endif
