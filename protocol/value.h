@@ -64,6 +64,8 @@ Value make_number(ValueType type, std::int64_t number);
 Value make_text(ValueType type, std::string_view text);
 Value make_tag(ValueType type, std::uint32_t tag, std::uint32_t ns);
 
+bool is_value_type(std::uint8_t number);
+
 // True for the types whose content is `number`; `low` and `high` get the bounds (uint64: the whole range of bit
 // patterns).
 bool is_number(ValueType type, std::int64_t *low = nullptr, std::int64_t *high = nullptr);

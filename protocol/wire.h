@@ -42,11 +42,11 @@ Value get_value(Reader &r);
 TagValue get_tag_value(Reader &r);
 KeyPath get_keypath(Reader &r);
 
-// Lists are a u16 count and the elements. An element is at least one byte, so a count beyond the bytes left is
+// Lists are a u32 count and the elements. An element is at least one byte, so a count beyond the bytes left is
 // malformed before anything is allocated.
 template <typename T, typename Put> void put_list(Writer &w, const std::vector<T> &list, Put put)
 {
-    put_u16(w, static_cast<std::uint16_t>(list.size()));
+    put_u32(w, static_cast<std::uint32_t>(list.size()));
     for (const T &item : list)
         put(w, item);
 }
@@ -54,9 +54,9 @@ template <typename T, typename Put> void put_list(Writer &w, const std::vector<T
 template <typename T, typename Get> std::vector<T> get_list(Reader &r, Get get)
 {
     std::vector<T> list;
-    const std::uint16_t count = get_u16(r);
+    const std::uint32_t count = get_u32(r);
     if (count > r.end - r.at) r.ok = false;
-    for (std::uint16_t i = 0; r.ok && i < count; i++)
+    for (std::uint32_t i = 0; r.ok && i < count; i++)
         list.push_back(get(r));
     return list;
 }
