@@ -1,0 +1,26 @@
+// Feeds every file of a folder to a fuzz target, so that what was once found stays found without libFuzzer.
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
+
+int main(int argc, char **argv)
+{
+    if (argc != 2 || !std::filesystem::is_directory(argv[1])) {
+        std::fprintf(stderr, "usage: %s CORPUS-FOLDER\n", argv[0]);
+        return 2;
+    }
+    int files = 0;
+    for (const auto &entry : std::filesystem::directory_iterator(argv[1])) {
+        std::ifstream in(entry.path(), std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(in), {}};
+        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
+        files++;
+    }
+    std::printf("%d inputs replayed\n", files);
+    return files > 0 ? 0 : 1;
+}
