@@ -1,0 +1,17 @@
+// Checks of what the data model guarantees. One that fails ends the process: going on would read the wrong member of a
+// value.
+#ifndef GW_CORE_BASE_ASSERTION_H
+#define GW_CORE_BASE_ASSERTION_H
+
+#include <source_location>
+
+[[noreturn]] void assertion_failed(const char *module, unsigned line, const char *expression);
+
+// The module's name and the expression are printed as given.
+inline void assert_model(bool holds, const char *module, const char *expression,
+                         std::source_location where = std::source_location::current())
+{
+    if (!holds) assertion_failed(module, where.line(), expression);
+}
+
+#endif

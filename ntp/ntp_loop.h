@@ -1,0 +1,8 @@
+// The thread that keeps the clock in sync.
+#ifndef GW_NTP_NTP_LOOP_H
+#define GW_NTP_NTP_LOOP_H
+
+// Thread entry; the argument is ignored.
+void *tarvo_ntp_loop(void *unused);
+
+#endif
