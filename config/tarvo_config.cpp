@@ -158,8 +158,9 @@ int tarvo_config_gigabitethernet(tollan_change_ctx *ctx, int op, int num_keys, c
         return 0;
     }
     EthChange change;
-    for (int i = 0; i < num_values; ++i)
+    for (int i = 0; i < num_values; ++i) {
         take_pair(change, values[i]);
+    }
     const bool has_address = change.address[0] != '\0';
     if (change.prefix_length == 0 && !has_address) {
         tarvo_configure_srcr2_default();

@@ -72,8 +72,9 @@ constexpr ValidationPoint validation_points[] = {
 template <std::size_t size> consteval void set_name(char (&field)[size], std::string_view name)
 {
     if (name.size() >= size) throw "name too long";
-    for (std::size_t i = 0; i < name.size(); ++i)
+    for (std::size_t i = 0; i < name.size(); ++i) {
         field[i] = name[i];
+    }
 }
 
 // The tables in the library's layout, each ended by an all-zero entry.

@@ -3,15 +3,12 @@
 #ifndef GW_CORE_BASE_ASSERTION_H
 #define GW_CORE_BASE_ASSERTION_H
 
-#include <source_location>
-
 [[noreturn]] void assertion_failed(const char *module, unsigned line, const char *expression);
 
 // The module's name and the expression are printed as given.
-inline void assert_model(bool holds, const char *module, const char *expression,
-                         std::source_location where = std::source_location::current())
+inline void assert_model(bool holds, const char *module, const char *expression, unsigned line = __builtin_LINE())
 {
-    if (!holds) assertion_failed(module, where.line(), expression);
+    if (!holds) assertion_failed(module, line, expression);
 }
 
 #endif

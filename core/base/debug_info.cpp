@@ -75,6 +75,7 @@ void read_debug_info()
     log_always(LOG_INFO, "Debug_info: Read debug data(%d) %s\n", static_cast<int>(length), text);
     std::string_view rest(text);
     DebugCommand command{};
-    while (next_debug_command(rest, command))
+    while (next_debug_command(rest, command)) {
         handle_command(command);
+    }
 }

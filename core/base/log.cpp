@@ -44,6 +44,7 @@ void log_trace(int level, TracePoint point, const char *format, ...)
     char text[trace_text_size];
     va_list arguments;
     va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is; the checker loses sight of it after the array.
     vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     log_always(level, "%s[%d]: %s", point.function, static_cast<int>(point.line), text);

@@ -2,7 +2,6 @@
 #ifndef GW_CORE_BASE_LOG_H
 #define GW_CORE_BASE_LOG_H
 
-#include <source_location>
 #include <syslog.h>
 
 // Opens syslog under the daemon's identity.
@@ -20,9 +19,7 @@ struct TracePoint {
     const char *function;
     unsigned line;
     // NOLINTNEXTLINE(google-explicit-constructor): callers write the name, the line comes along.
-    TracePoint(const char *name, std::source_location where = std::source_location::current())
-        : function(name), line(where.line())
-    {}
+    TracePoint(const char *name, unsigned call_line = __builtin_LINE()) : function(name), line(call_line) {}
 };
 
 // Always emitted, begins with "%s[%d]: ", cut to 2047 characters. Debug traces are repeated on standard output after a
