@@ -1,0 +1,220 @@
+// Measures an agent of its own from outside: commit of one leaf against the same write, fsync, rename and directory
+// fsync done by hand, operational reads against a provider that answers from memory, and the bare round trip.
+//
+// usage: agent_bench [ROUNDS]     works in build/bench-state, on port 4566
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "bench/peer.h"
+#include "protocol/application.h"
+#include "protocol/client.h"
+
+using namespace proto;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::uint16_t port = 4566;
+constexpr std::uint32_t if_mib_columns[] = { // the 64-bit and 32-bit counters of a row; any tags of it would do
+    0x492ffcdc, 0x763c0f35, 0x742b8a6b, 0x18999a43, 0x5286fbe0, 0x5f7fc5b6, 0x15e3a74a, 0x20406274,
+    0x7cd2079c, 0x1e5ea8bc, 0x2eb1f9e2, 0x28367dd6, 0x1cb4aedf, 0x071b082d, 0x0f96951f};
+constexpr std::uint32_t if_mib_long_columns[] = {0x3ba680f0, 0x719cc862, 0x21809693, 0x61e6c20b,
+                                                 0x7f1b5515, 0x7169a7d9, 0x025c7cd3, 0x64d17eff};
+constexpr std::uint32_t if_index_tag = 0x71d6142a;
+constexpr std::int64_t rows = 3; // of 24 leaves
+
+double median_us(int rounds, const std::function<void(int)> &work)
+{
+    std::vector<double> times;
+    for (int i = 0; i < rounds; i++) {
+        const auto begin = std::chrono::steady_clock::now();
+        work(i);
+        times.push_back(std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count());
+    }
+    std::nth_element(times.begin(), times.begin() + rounds / 2, times.end());
+    return times[static_cast<std::size_t>(rounds / 2)];
+}
+
+void print(const char *what, double us, const char *floor, double floor_us)
+{
+    std::printf("%-44s %9.1f us   %-34s %9.1f us   %5.2f\n", what, us, floor, floor_us, us / floor_us);
+}
+
+pid_t start_agent(const fs::path &program, const fs::path &state)
+{
+    const pid_t pid = fork();
+    if (pid != 0) return pid;
+    const std::string number = std::to_string(port);
+    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    dup2(null, STDERR_FILENO);
+    execl(program.c_str(), "gw-agent", "--models", GW_SOURCE_DIR "/yang", "--state", state.c_str(), "--listen",
+          number.c_str(), nullptr);
+    _exit(127);
+}
+
+DataReply row_from_memory(std::int64_t index)
+{
+    DataReply reply;
+    reply.kind = DataKind::next_object;
+    if (index > rows) return reply;
+    reply.values.push_back({if_index_tag, 0, make_number(ValueType::int32, index)});
+    for (const std::uint32_t tag : if_mib_columns) {
+        reply.values.push_back({tag, 0, make_number(ValueType::uint32, index)});
+    }
+    for (const std::uint32_t tag : if_mib_long_columns) {
+        reply.values.push_back({tag, 0, make_number(ValueType::uint64, index)});
+    }
+    return reply;
+}
+
+// A subscriber that does nothing and a provider that answers from memory.
+void serve(Peer peer)
+{
+    Register reg;
+    reg.app = "bench";
+    reg.instance = 1;
+    reg.subscriptions = {
+        {"interface/GigabitEthernet", 0x6b64eac0, 1, wants_values, 0}
+    };
+    reg.callpoints = {
+        {"if-mib-interface-stats", 1U << static_cast<unsigned>(DataCall::get_next_object) |
+                                       1U << static_cast<unsigned>(DataCall::find_next_object)}
+    };
+    request(peer, Op::register_app, encode(reg));
+    Message message;
+    while (receive_message(peer, &message)) {
+        CallData call;
+        if (message.op == Op::deliver) send_message(peer, Op::reply, message.id, encode(Status{}));
+        if (message.op != Op::call_data || !decode(message.payload, &call)) continue;
+        const std::int64_t wanted = call.call == DataCall::get_next_object ? 1 : call.keys.at(0).number + 1;
+        send_message(peer, Op::reply, message.id, encode(row_from_memory(wanted)));
+    }
+}
+
+void commit_description(Peer &client, int i)
+{
+    request(client, Op::edit,
+            encode(Edit{
+                false, {"interface", "GigabitEthernet", "0/0", "description", std::to_string(i)}
+    }));
+    CommitReply reply;
+    decode(request(client, Op::commit, encode(Commit{})), &reply);
+    if (reply.outcome != Outcome::done || !reply.remarks.empty()) std::exit(1);
+}
+
+void write_by_hand(const fs::path &state, const std::string &content)
+{
+    const std::string name = state / "by-hand";
+    const int fd = open((name + ".tmp").c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (write(fd, content.data(), content.size()) < 0 || fsync(fd) != 0) std::exit(1);
+    close(fd);
+    fs::rename(name + ".tmp", name);
+    const int folder = open(state.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    fsync(folder);
+    close(folder);
+}
+
+void round_trips(int count)
+{
+    int pair[2];
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, pair) != 0) std::exit(1);
+    std::thread echo([fd = pair[1]] {
+        char c = 0;
+        while (read(fd, &c, 1) == 1 && write(fd, &c, 1) == 1) {
+        }
+    });
+    for (int i = 0; i < count; i++) {
+        char c = 0;
+        if (write(pair[0], &c, 1) != 1 || read(pair[0], &c, 1) != 1) std::exit(1);
+    }
+    close(pair[0]);
+    echo.join();
+    close(pair[1]);
+}
+
+long resident_kb(pid_t pid)
+{
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    std::string word;
+    while (status >> word) {
+        if (word == "VmRSS:") break;
+    }
+    long kb = 0;
+    status >> kb;
+    return kb;
+}
+
+std::string running_file(const fs::path &state)
+{
+    for (const auto &entry : fs::directory_iterator(state)) {
+        if (!entry.is_regular_file() || !entry.path().filename().string().starts_with("running")) continue;
+        std::ifstream in(entry.path());
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    std::exit(1);
+}
+
+void measure(const fs::path &state, int n, pid_t agent)
+{
+    Peer client = open_peer(port, Role::client);
+    commit_description(client, -1);
+    const std::string content = running_file(state);
+    double by_hand = median_us(n / 2, [&](int) { write_by_hand(state, content); });
+    const double commit = median_us(n, [&](int i) { commit_description(client, i); });
+    by_hand = (by_hand + median_us(n / 2, [&](int) { write_by_hand(state, content); })) / 2;
+    print("commit of one leaf, one idle subscriber", commit, "write, fsync, rename, dir fsync", by_hand);
+    std::printf("%-44s %9.1f us\n", "  beyond the disk", commit - by_hand);
+
+    const int in_a_row = 4; // the same number of turns between processes as the read below takes
+    const double floor = median_us(n, [&](int) { round_trips(in_a_row); });
+    const std::string get = encode(Get{
+        Source::operational, false, {"if-mib", "ifEntry"}
+    });
+    Tree tree;
+    decode(request(client, Op::get, get), &tree);
+    const auto leaves = std::count_if(tree.nodes.begin(), tree.nodes.end(),
+                                      [](const TreeNode &node) { return node.kind == NodeKind::leaf; });
+    const double read = median_us(n, [&](int) { request(client, Op::get, get); });
+    char what[64];
+    std::snprintf(what, sizeof what, "operational read, %d leaves from memory", static_cast<int>(leaves));
+    print(what, read, "4 round trips between threads", floor);
+
+    const double configuration = median_us(n, [&](int) { request(client, Op::get, encode(Get{})); });
+    print("whole configuration", configuration, "4 round trips between threads", floor);
+    std::printf("%-44s %9ld kB\n", "resident memory of the agent", resident_kb(agent));
+    close(client.fd);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const int rounds = argc > 1 ? std::atoi(argv[1]) : 400;
+    const fs::path program = fs::read_symlink("/proc/self/exe").parent_path() / "gw-agent";
+    const fs::path state = program.parent_path().parent_path().parent_path() / "bench-state";
+    fs::remove_all(state);
+    fs::create_directories(state);
+    const pid_t agent = start_agent(program, state);
+    Peer provider = open_peer(port, Role::application);
+    std::thread server(serve, provider);
+    usleep(200000); // the first delivery
+    std::printf("%-44s %12s   %-34s %12s   ratio\n", "median of agent", "", "floor", "");
+    measure(state, rounds, agent);
+    kill(agent, SIGTERM);
+    waitpid(agent, nullptr, 0);
+    server.join();
+    return 0;
+}
