@@ -1,0 +1,40 @@
+#include <cstdarg>
+#include <cstdio>
+#include <regex>
+#include <syslog.h>
+
+#include "fakes/record.h"
+
+namespace {
+
+void record_line(int priority, const char *format, va_list arguments)
+{
+    static const char *const levels[] = {"emerg", "alert", "crit", "error", "warning", "notice", "info", "debug"};
+    static const std::regex trace_line("^(\\w+)\\[\\d+\\]: ");
+    char text[4096];
+    vsnprintf(text, sizeof text, format, arguments);
+    const char *facility = (priority & LOG_FACMASK) == LOG_LOCAL7 ? "" : "wrong facility ";
+    fakes::record(std::string(facility) + levels[priority & LOG_PRIMASK] + ": " +
+                  std::regex_replace(text, trace_line, "$1[#]: "));
+}
+
+} // namespace
+
+extern "C" {
+
+void openlog(const char *identity, int options, int facility)
+{
+    fakes::record(std::string("openlog ") + identity + " " + std::to_string(options) + " " + std::to_string(facility));
+}
+
+void vsyslog(int priority, const char *format, va_list arguments)
+{
+    record_line(priority, format, arguments);
+}
+
+// What a fortified build calls.
+void __vsyslog_chk(int priority, int /*flag*/, const char *format, va_list arguments)
+{
+    record_line(priority, format, arguments);
+}
+}

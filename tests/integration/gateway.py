@@ -1,0 +1,195 @@
+"""The real agent, daemon and CLI in one test sandbox, started and killed at will.
+
+Everything uses the appliance's absolute paths; the sandbox makes them the test's own.
+"""
+import contextlib
+import os
+import pathlib
+import re
+import shutil
+import signal
+import socket
+import struct
+import subprocess
+import time
+
+BIN = pathlib.Path('/opt/gw/bin')
+STATE = pathlib.Path('/var/lib/gw-agent')
+SYSLOG = pathlib.Path('/var/log/messages')
+SCRIPT = pathlib.Path('/etc/dnsmasq/ip_session.sh')
+SCRIPT_LOG = pathlib.Path('/tmp/ip_session.log')
+PORT = 4565
+
+LAN = 'interface GigabitEthernet 0/0 ip address v4'
+
+
+def wait_for(what, condition, seconds=20):
+    """The condition's first true value; fails the test when it does not come."""
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        value = condition()
+        if value:
+            return value
+        time.sleep(0.02)
+    raise AssertionError(f'{what} did not happen within {seconds} s')
+
+
+def run(*command):
+    subprocess.run(command, check=True)
+
+
+def devices():
+    """The devices that validation and the address script look for."""
+    for name in ('wired0', 'srcr2', 'cell_1_0'):
+        run('ip', 'link', 'add', name, 'type', 'veth', 'peer', 'name', name + '_p')
+        run('ip', 'link', 'set', name, 'up')
+
+
+class Gateway:
+    def __init__(self):
+        self.children = []
+        self.agent = self.daemon = None
+        if not os.path.exists('/sys/class/net/wired0'):
+            devices()
+        shutil.rmtree(STATE, ignore_errors=True)
+        for log in (SYSLOG, SCRIPT_LOG):
+            log.unlink(missing_ok=True)
+        SYSLOG.touch()
+        self.script()
+        self.start('logsink', '/dev/log', str(SYSLOG))
+        wait_for('the log socket', lambda: os.path.exists('/dev/log'))
+
+    def start(self, program, *arguments, env=None):
+        child = subprocess.Popen([BIN / program, *arguments], env={**os.environ, **(env or {})}, cwd='/',
+                                 stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.children.append(child)
+        return child
+
+    def script(self, text='echo "$*" >>/tmp/ip_session.log'):
+        """Replaces the appliance's address script; by default it only records its arguments."""
+        SCRIPT.parent.mkdir(parents=True, exist_ok=True)
+        SCRIPT.write_text(f'#!/bin/sh\n{text}\n')
+        SCRIPT.chmod(0o755)
+
+    def start_agent(self, kill_at=None, expect_up=True):
+        self.agent = self.start('gw-agent', '--models', '/opt/gw/yang', '--state', str(STATE),
+                                env={'GW_AGENT_KILL_AT': kill_at} if kill_at else None)
+        if expect_up:
+            wait_for('the agent', self.agent_answers)
+
+    def start_daemon(self):
+        mark = self.mark()
+        self.daemon = self.start('tarvod', '-f', '1')
+        wait_for('the registration', lambda: 'tollan module initialized' in self.log(mark))
+
+    def up(self):
+        self.start_agent()
+        self.start_daemon()
+        self.in_step()
+        return self
+
+    def kill(self, child):
+        child.kill()
+        child.wait()
+
+    def close(self):
+        for child in self.children:
+            with contextlib.suppress(ProcessLookupError):
+                child.kill()
+            child.wait()
+
+    @staticmethod
+    def agent_answers():
+        with socket.socket() as probe:
+            return probe.connect_ex(('127.0.0.1', PORT)) == 0
+
+    def cli(self, *words, check=True, timeout=60):
+        done = subprocess.run([BIN / 'gwcli', *words], capture_output=True, text=True, timeout=timeout,
+                              stdin=subprocess.DEVNULL)
+        if check and done.returncode != 0:
+            raise AssertionError(f'gwcli {words}: status {done.returncode}: {done.stderr}{done.stdout}')
+        return done
+
+    def commit(self, *lines, check=True, timeout=150):
+        return self.cli('configure', *lines, 'commit', check=check, timeout=timeout)
+
+    def configuration(self):
+        return self.cli('show', 'configuration', '--set').stdout
+
+    def status(self):
+        return self.cli('show', 'status').stdout
+
+    def in_step(self):
+        """Waits until the daemon has acknowledged what is running."""
+        wait_for('the daemon to be in step', lambda: re.search(r'tarvod.*in step', self.status()))
+
+    def mark(self):
+        return SYSLOG.stat().st_size
+
+    def log(self, mark=0):
+        with SYSLOG.open() as f:
+            f.seek(mark)
+            return f.read()
+
+    def script_calls(self):
+        return SCRIPT_LOG.read_text().splitlines() if SCRIPT_LOG.exists() else []
+
+    def daemon_byte(self, symbol):
+        """One byte of a global of the running daemon, read from its memory."""
+        listing = subprocess.run(['nm', '-C', BIN / 'tarvod'], capture_output=True, text=True, check=True).stdout
+        offset = int(next(line.split()[0] for line in listing.splitlines() if line.split()[-1] == symbol), 16)
+        pid = self.daemon.pid
+        maps = pathlib.Path(f'/proc/{pid}/maps').read_text().splitlines()
+        base = int(next(line for line in maps if line.endswith('/tarvod')).split('-')[0], 16)
+        with open(f'/proc/{pid}/mem', 'rb', buffering=0) as memory:
+            memory.seek(base + offset)
+            return memory.read(1)[0]
+
+    def stop(self, child):
+        os.kill(child.pid, signal.SIGSTOP)
+
+    def cont(self, child):
+        os.kill(child.pid, signal.SIGCONT)
+
+
+class Peer:
+    """A bare connection to the agent, for saying things that no client of ours would."""
+
+    def __init__(self):
+        self.socket = socket.create_connection(('127.0.0.1', PORT), timeout=20)
+
+    def send(self, data):
+        self.socket.sendall(data)
+
+    def frame(self, op, request, payload=b''):
+        self.send(struct.pack('>IBI', 5 + len(payload), op, request) + payload)
+
+    def hello(self):
+        name = b'test'
+        self.frame(1, 1, struct.pack('>HBI', 1, 1, len(name)) + name + struct.pack('>I', 0))
+        return self.answer()
+
+    def answer(self):
+        head = self.exactly(9)
+        length, op, request = struct.unpack('>IBI', head)
+        return op, request, self.exactly(length - 5)
+
+    def exactly(self, count):
+        data = b''
+        while len(data) < count:
+            piece = self.socket.recv(count - len(data))
+            if not piece:
+                raise EOFError
+            data += piece
+        return data
+
+    def closed(self):
+        """True when the agent has closed this connection, False when it has not within the time-out."""
+        try:
+            while self.socket.recv(65536):
+                pass
+            return True
+        except (ConnectionResetError, BrokenPipeError):
+            return True
+        except TimeoutError:
+            return False
