@@ -1,0 +1,103 @@
+#include "cli/forest.h"
+
+#include <cstddef>
+
+namespace cli {
+
+namespace {
+
+constexpr std::size_t deepest = 64; // renderers recurse
+
+bool opens(proto::NodeKind kind)
+{
+    return kind == proto::NodeKind::container || kind == proto::NodeKind::entry;
+}
+
+// Adds what follows nodes[*at] up to the matching end to `parent`.
+bool plant_below(const proto::Tree &tree, std::size_t *at, std::size_t depth, Node *parent)
+{
+    while (*at < tree.nodes.size()) {
+        const proto::TreeNode &node = tree.nodes[(*at)++];
+        if (node.kind == proto::NodeKind::end) return depth > 0;
+        parent->children.push_back({&node, {}});
+        if (!opens(node.kind)) continue;
+        if (depth == deepest || !plant_below(tree, at, depth + 1, &parent->children.back())) return false;
+    }
+    return depth == 0;
+}
+
+std::string step_of(const Node &node)
+{
+    if (node.data->name.empty()) return {};
+    std::string step = "/" + std::string(local_name(node));
+    if (!is(node, proto::NodeKind::entry)) return step;
+    std::string keys;
+    for (const std::string &key : keys_of(node))
+        keys += (keys.empty() ? "" : " ") + key;
+    return step + "{" + keys + "}";
+}
+
+void harvest_below(const Node &parent, const std::string &path, Yield *yield)
+{
+    for (const Node &node : parent.children) {
+        const std::string here = path + step_of(node);
+        if (is(node, proto::NodeKind::error_mark)) yield->marks.push_back({here, node.data->text});
+        if (is(node, proto::NodeKind::leaf) || is(node, proto::NodeKind::item)) yield->values++;
+        harvest_below(node, here, yield);
+    }
+}
+
+} // namespace
+
+bool plant(const proto::Tree &tree, Node *root)
+{
+    *root = Node{};
+    std::size_t at = 0;
+    return plant_below(tree, &at, 0, root);
+}
+
+bool is(const Node &node, proto::NodeKind kind)
+{
+    return node.data != nullptr && node.data->kind == kind;
+}
+
+std::string_view local_name(const Node &node)
+{
+    const std::string_view name = node.data->name;
+    const std::size_t colon = name.find(':');
+    return colon == std::string_view::npos ? name : name.substr(colon + 1);
+}
+
+const Node *find(const Node &root, std::string_view path)
+{
+    const std::string_view name = path.substr(0, path.find('/'));
+    for (const Node &child : root.children) {
+        if (local_name(child) != name || !is(child, proto::NodeKind::container)) continue;
+        return name.size() == path.size() ? &child : find(child, path.substr(name.size() + 1));
+    }
+    return nullptr;
+}
+
+const Node *find_leaf(const Node &parent, std::string_view name)
+{
+    for (const Node &child : parent.children)
+        if (local_name(child) == name) return &child;
+    return nullptr;
+}
+
+std::vector<std::string> keys_of(const Node &entry)
+{
+    std::vector<std::string> keys;
+    for (const Node &child : entry.children)
+        if (child.data->is_key) keys.push_back(child.data->text);
+    return keys;
+}
+
+Yield harvest(const Node &root)
+{
+    Yield yield;
+    harvest_below(root, "", &yield);
+    return yield;
+}
+
+} // namespace cli

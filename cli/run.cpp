@@ -1,0 +1,79 @@
+#include "cli/run.h"
+
+#include <unistd.h>
+
+#include "cli/execute.h"
+#include "cli/help.h"
+#include "cli/prompt.h"
+#include "cli/words.h"
+
+namespace cli {
+
+namespace {
+
+int read_lines(Cli *cli, std::FILE *in)
+{
+    return isatty(fileno(in)) == 1 ? prompt_for_lines(cli, in) : execute_script(cli, in);
+}
+
+int print_help(Cli *cli, const proto::Words &words)
+{
+    const std::string some = words.empty() ? "" : command_list(in_operation | in_configure, words);
+    put(*cli, some.empty() ? whole_help() : some);
+    return exit_ok;
+}
+
+std::vector<Word> plain_words(const std::vector<std::string> &texts)
+{
+    std::vector<Word> words;
+    for (const std::string &text : texts)
+        words.push_back({text, false});
+    return words;
+}
+
+// Taken out of the arguments they are as if they had been quoted.
+std::vector<Word> taken_words(const proto::Words &texts)
+{
+    std::vector<Word> words;
+    for (const std::string &text : texts)
+        words.push_back({text, true});
+    return words;
+}
+
+int run_command(Cli *cli, const proto::Words &words, Options options, std::FILE *in)
+{
+    if (words.empty() || (words.size() == 1 && words[0] == "-")) {
+        cli->session.given |= options.given & opt_accept;
+        return words.empty() ? read_lines(cli, in) : execute_script(cli, in);
+    }
+    const int status = execute_words(cli, taken_words(words), options);
+    // "configure" alone: its lines come from the input.
+    return cli->mode == in_configure ? read_lines(cli, in) : status;
+}
+
+} // namespace
+
+int run(Cli *cli, const std::vector<std::string> &arguments, std::FILE *in)
+{
+    Options options;
+    proto::Words words;
+    std::string why;
+    const bool understood = take_options(plain_words(arguments), 0, &options, &words, &why);
+    cli->json = has(options, opt_json);
+    cli->session.given = options.given & opt_json;
+    if (has(options, opt_port)) cli->link.port = options.port;
+    int status = exit_ok;
+    if (!understood)
+        status = fail(*cli, usage_problem(why));
+    else if (has(options, opt_help))
+        status = print_help(cli, words);
+    else if (has(options, opt_version))
+        put(*cli, std::string("gwcli ") + GW_VERSION + "\n");
+    else
+        status = run_command(cli, words, {options.given & ~(opt_json | opt_port), 0, options.count}, in);
+    if (std::fflush(cli->out) != 0 || std::ferror(cli->out) != 0)
+        status = fail(*cli, failed_problem("output", "the output could not be written"));
+    return status;
+}
+
+} // namespace cli

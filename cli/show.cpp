@@ -1,0 +1,78 @@
+// Commands that read.
+#include "cli/handlers.h"
+
+namespace cli {
+
+namespace {
+
+Problem nothing_read(const std::vector<Mark> &marks)
+{
+    const Mark &first = marks.front();
+    const std::string more =
+        marks.size() == 1 ? "" : " (and " + std::to_string(marks.size() - 1) + " more could not be read)";
+    return failed_problem("unreadable", first.text + more, first.path);
+}
+
+// A part that could not be read is shown in its place; only when there is nothing else did the request fail.
+int show_tree(Cli *cli, const Call &call, const proto::Get &get)
+{
+    proto::Tree tree;
+    Node root;
+    Problem why;
+    if (!request(cli, proto::Op::get, proto::encode(get), name_of(*call.command), &tree, &why)) return fail(*cli, why);
+    if (!plant(tree, &root)) return fail(*cli, failed_problem("protocol", "the agent's answer does not nest"));
+    const Yield yield = harvest(root);
+    if (yield.values == 0 && !yield.marks.empty()) return fail(*cli, nothing_read(yield.marks));
+    const Printer &printer = printer_of(*cli);
+    if (call.command->view != nullptr)
+        put(*cli, printer.view(*call.command->view, root));
+    else
+        put(*cli, printer.tree(root, has(call.options, opt_set)));
+    return exit_ok;
+}
+
+} // namespace
+
+int show_configuration(Cli *cli, const Call &call)
+{
+    return show_tree(cli, call, {proto::Source::running, has(call.options, opt_defaults), call.args});
+}
+
+int show_candidate(Cli *cli, const Call &call)
+{
+    return show_tree(cli, call, {proto::Source::candidate, has(call.options, opt_defaults), call.args});
+}
+
+int show_operational(Cli *cli, const Call &call)
+{
+    return show_tree(cli, call, {proto::Source::operational, false, call.args});
+}
+
+int show_view(Cli *cli, const Call &call)
+{
+    proto::Get get{proto::Source::operational, false, {}};
+    for (const char *word : call.command->view->path)
+        if (word != nullptr) get.path.emplace_back(word);
+    get.path.insert(get.path.end(), call.args.begin(), call.args.end());
+    return show_tree(cli, call, get);
+}
+
+int show_status(Cli *cli, const Call &)
+{
+    proto::Pairs pairs;
+    Problem why;
+    if (!request(cli, proto::Op::status, {}, "show status", &pairs, &why)) return fail(*cli, why);
+    put(*cli, printer_of(*cli).pairs(pairs));
+    return exit_ok;
+}
+
+int list_rollbacks(Cli *cli, const Call &)
+{
+    proto::Rollbacks list;
+    Problem why;
+    if (!request(cli, proto::Op::rollbacks, {}, "rollback list", &list, &why)) return fail(*cli, why);
+    put(*cli, printer_of(*cli).rollbacks(list));
+    return exit_ok;
+}
+
+} // namespace cli
