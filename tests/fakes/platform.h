@@ -19,7 +19,7 @@ struct Outcomes {
     int start_session = 0;
     int link_check = 0;
     int timer_manager = 1;         // 0: none
-    std::string refused_callpoint; // whose registration fails
+    std::string refused_callpoint{}; // whose registration fails
 };
 extern Outcomes outcomes;
 

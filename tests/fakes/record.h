@@ -1,6 +1,6 @@
 // What the code under test did, in order, one text per event: "error: text" (a log line, by its level; "crit", "info",
-// "debug" likewise), "run: command", "wait: 2000", and the names and arguments of replaced calls. Source lines of traces
-// read "[#]".
+// "debug" likewise), "run: command", "wait: 2000", and the names and arguments of replaced calls. Source lines of
+// traces read "[#]".
 #ifndef GW_FAKES_RECORD_H
 #define GW_FAKES_RECORD_H
 

@@ -1,0 +1,211 @@
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "core/base/assertion.h"
+#include "core/base/cdb_sessions.h"
+#include "core/base/command_runner.h"
+#include "core/base/debug_info.h"
+#include "core/base/globals.h"
+#include "core/base/handles.h"
+#include "core/base/log.h"
+#include "fakes/commands.h"
+#include "fakes/platform.h"
+#include "fakes/record.h"
+
+namespace {
+
+void write_file(const std::string &path, const std::string &text)
+{
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream(path, std::ios::trunc) << text;
+}
+
+fakes::Events lines_of(const std::string &path)
+{
+    fakes::Events lines;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+TEST(Log, GuardsPrefixesAndEchoes)
+{
+    fakes::reset();
+    g_logger_p = nullptr;
+    log_guarded(LOG_ERR, "guarded %d", 1);
+    log_always(LOG_INFO, "always %d", 2);
+    g_logger_p = &g_logger;
+    log_guarded(LOG_ERR, "guarded %d", 3);
+    testing::internal::CaptureStdout();
+    log_trace(LOG_ERR, "function", "trace %d", 4);
+    log_trace(LOG_DEBUG, {"function", 77}, "trace %s", std::string(3000, 'x').c_str());
+    const std::string cut = "trace " + std::string(2041, 'x');
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "\nfunction[77]: " + cut);
+    EXPECT_EQ(fakes::taken(), (fakes::Events{"info: always 2", "error: guarded 3", "error: function[#]: trace 4",
+                                             "debug: function[#]: " + cut}));
+}
+
+TEST(Assertion, PrintsOnStandardOutputAndAborts)
+{
+    // Standard output is a pipe here, so that text which is not flushed is lost.
+    EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), assert_model(false, "tarvo_x", "(key_p)->type == C_BUF")),
+                testing::KilledBySignal(SIGABRT), "^tarvo_x:[0-9]+: failed assertion `\\(key_p\\)->type == C_BUF'\n$");
+}
+
+const std::string command_log = "/tmp/system_cmds_with_timestamp";
+
+TEST(CommandRunner, LogsTheCommandAfterItRan)
+{
+    fakes::reset();
+    std::filesystem::remove(command_log);
+    fakes::run_commands = true;
+    CommandRunner("ls /tmp/system_cmds_with_timestamp 2> /tmp/seen; false");
+    EXPECT_GT(std::filesystem::file_size("/tmp/seen"), 0U) << "the entry was there before the command ran";
+    EXPECT_EQ(fakes::taken(), (fakes::Events{"run: ls /tmp/system_cmds_with_timestamp 2> /tmp/seen; false",
+                                             "debug: log_system_call[#]: system_cmds_with_timestamp file size: 80 "}));
+    const auto lines = lines_of(command_log);
+    ASSERT_EQ(lines.size(), 2U);
+    tm parsed{};
+    EXPECT_EQ(strptime(lines[0].c_str(), "%a %b %d %H:%M:%S %Y", &parsed), &*lines[0].end());
+    EXPECT_EQ(lines[1], "ls /tmp/system_cmds_with_timestamp 2> /tmp/seen; false");
+}
+
+TEST(CommandRunner, TrimsTheLogOnlyAboveTheLimit)
+{
+    const std::string entry_of_30 = "date"; // with the time stamp line
+    const std::string trim =
+        "run: echo \"$(tail -200 /tmp/system_cmds_with_timestamp)\" > /tmp/system_cmds_with_timestamp";
+    fakes::run_commands = true;
+    for (const unsigned size : {102400U, 102401U}) {
+        std::ostringstream old_lines;
+        for (unsigned i = 0; i < (size - 30) / 10; ++i)
+            old_lines << "line " << 1000 + i % 9000 << '\n';
+        write_file(command_log, std::string((size - 30) % 10, '\n') + old_lines.str());
+        fakes::reset();
+        log_system_call(entry_of_30.c_str());
+        fakes::Events expected = {
+            "debug: log_system_call[#]: system_cmds_with_timestamp file size: " + std::to_string(size) + " "};
+        const auto lines = lines_of(command_log);
+        if (size > 102400) {
+            expected.push_back(trim);
+            expected.emplace_back("debug: log_system_call[#]: Retained latest 200 lines in "
+                                  "system_cmds_with_timestamp, since file size is more than 100KB");
+            EXPECT_EQ(lines.size(), 200U);
+        } else {
+            EXPECT_EQ(std::filesystem::file_size(command_log), size);
+        }
+        EXPECT_EQ(fakes::taken(), expected);
+        EXPECT_EQ(lines.back(), "date");
+    }
+    std::filesystem::remove(command_log);
+    std::filesystem::create_directory(command_log);
+    log_system_call("no log to write to");
+    EXPECT_EQ(fakes::taken(), fakes::Events{});
+    std::filesystem::remove(command_log);
+}
+
+TEST(DebugFile, SwitchesTheDiagnostics)
+{
+    const std::string on = "info: Enabling all the NTP dev logs";
+    const std::string off = "info: Disabling all the NTP dev logs";
+    const std::string key16(16, 'k');
+    const std::string key15(15, 'k');
+    const std::string value127 = "NTP_ENA" + std::string(120, 'v');
+    struct {
+        std::string text;
+        int enabled;
+        fakes::Events more; // after the text was logged
+    } const cases[] = {
+        {"DEV_LOG:NTP_ENABLE\n",                       1, {"info: cmd: DEV_LOG, Data: NTP_ENABLE\n", on}                                                  },
+        {"DEV_LOG:NTP_ENA\r\n",                        1, {"info: cmd: DEV_LOG, Data: NTP_ENA\r\n", on}                                                   },
+        {"DEV_LOG:NTP_ENA\n\n\nDEV_LOG:off",
+         0,                                               {"info: cmd: DEV_LOG, Data: NTP_ENA\n", on, "info: cmd: DEV_LOG, Data: off\n", off}             },
+        {"no colon\nDEV_LOG: NTP_ENA",                 0, {"info: cmd: DEV_LOG, Data:  NTP_ENA\n", off}                                                   },
+        {"DEV_LOG:NTP_ENA:more:",                      1, {"info: cmd: DEV_LOG, Data: NTP_ENA:more:\n", on}                                               },
+        {":x\n" + key15 + ":\nDEV_LOGS:NTP_ENA",
+         0,                                               {"info: Unknown cmd: \n", "info: Unknown cmd: " + key15 + "\n", "info: Unknown cmd: DEV_LOGS\n"}},
+        {key16 + ":\nDEV_LOG:NTP_ENA",                 0, {}                                                                                              },
+        {"DEV_LOG:" + value127,                        1, {"info: cmd: DEV_LOG, Data: " + value127 + "\n", on}                                            },
+        {"DEV_LOG:" + value127 + "v\nDEV_LOG:NTP_ENA", 0, {}                                                                                              },
+    };
+    for (const auto &c : cases) {
+        fakes::reset();
+        g_logger_p = nullptr; // its messages do not ask
+        ntp_full_debug = 0;
+        write_file("/flash/.tarvo_debug.info", c.text);
+        read_debug_info();
+        fakes::Events expected = {"error: read_debug_info called", "info: Debug_info: Read debug data(" +
+                                                                       std::to_string(c.text.size()) + ") " + c.text +
+                                                                       "\n"};
+        expected.insert(expected.end(), c.more.begin(), c.more.end());
+        EXPECT_EQ(fakes::taken(), expected);
+        EXPECT_EQ(ntp_full_debug, c.enabled) << c.text;
+    }
+}
+
+TEST(DebugFile, MayBeMissingEmptyOrTooLong)
+{
+    fakes::reset();
+    std::filesystem::remove("/flash/.tarvo_debug.info");
+    read_debug_info();
+    EXPECT_EQ(fakes::taken(), (fakes::Events{"error: read_debug_info called", "info: No debug info file"}));
+    write_file("/flash/.tarvo_debug.info", "");
+    read_debug_info();
+    EXPECT_EQ(fakes::taken(), fakes::Events{"error: read_debug_info called"});
+    // Of the second command, only what lies within the first 1023 bytes counts.
+    write_file("/flash/.tarvo_debug.info", "x\n" + std::string(1005, '\n') + "DEV_LOG:NTP_ENABLE");
+    read_debug_info();
+    EXPECT_EQ(fakes::taken()[2], "info: cmd: DEV_LOG, Data: NTP_ENAB\n");
+}
+
+std::ptrdiff_t open_descriptors()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+}
+
+TEST(CdbSession, ConnectsAndStartsOrReleasesEverything)
+{
+    struct {
+        const char *name;
+        int (*setup)();
+        const char *start;
+    } const databases[] = {
+        {"setup_cdb_session",      setup_cdb_session,      "cdb_start_session2 1 5"},
+        {"setup_oper_cdb_session", setup_oper_cdb_session, "cdb_start_session 3"   },
+    };
+    const std::string connect = "cdb_connect 2 2130706433:4565 16";
+    for (const auto &db : databases) {
+        const std::string prefix = std::string("error: ") + db.name + "[#]: ";
+        const auto before = open_descriptors();
+        fakes::reset();
+        close(STDIN_FILENO);
+        {
+            const CdbSession session(db.setup());
+            EXPECT_EQ(session.sock, 0) << "the lowest descriptor is as good as any";
+            EXPECT_TRUE(session.open());
+            EXPECT_EQ(fcntl(session.sock, F_GETFD), FD_CLOEXEC);
+        }
+        EXPECT_EQ(fakes::taken(), (fakes::Events{connect, db.start, "cdb_end_session", "cdb_close"}));
+        open("/dev/null", O_RDONLY);
+
+        fakes::outcomes.cdb_connect = -1;
+        EXPECT_EQ(db.setup(), -1);
+        EXPECT_EQ(fakes::taken(),
+                  (fakes::Events{connect, prefix + "Cannot connect to CDB (-1)strerror (1) : lasterr"}));
+        fakes::outcomes = {.start_session = -1};
+        EXPECT_EQ(db.setup(), -1);
+        EXPECT_EQ(fakes::taken(),
+                  (fakes::Events{connect, db.start, prefix + "Failed to start cdb session strerror (1) : lasterr",
+                                 "cdb_close", prefix + "confd status -1\n"}));
+        EXPECT_EQ(open_descriptors(), before);
+    }
+}
+
+} // namespace
