@@ -31,6 +31,7 @@ template <typename Record> bool read_request(Module *module, const proto::Frame 
 int run_handler(Module *module, const proto::Deliver &delivery)
 {
     const tollan_subscription &row = module->params.subscriptions[delivery.row];
+    if (!row.handler) return CONFD_OK;
     confd::Arena arena;
     std::vector<confd_value_t> keys = confd::to_c(delivery.keys, &arena);
     std::vector<confd_tag_value_t> values = confd::to_c(delivery.values, &arena);
@@ -41,25 +42,23 @@ int run_handler(Module *module, const proto::Deliver &delivery)
 
 // A call counts as done when its handler has returned, also when the answer does not reach the agent any more: the next
 // registration says so. Operational changes are never repeated, hence not counted.
-void count_delivery(Module *module, const proto::Deliver &delivery, bool operational)
-{
-    if (operational) return;
-    module->last_txid = delivery.txid;
-    module->last_done = delivery.index + 1;
-}
-
 void take_delivery(Module *module, const proto::Frame &frame)
 {
     proto::Deliver delivery;
     if (!read_request(module, frame, &delivery)) return;
-    if (delivery.row >= module->rows) {
-        answer_error(module, frame, proto::ErrorCode::unavailable, "there is no such subscription");
-        return;
-    }
-    const tollan_subscription &row = module->params.subscriptions[delivery.row];
     proto::Status status;
-    if (row.handler) status.status = run_handler(module, delivery);
-    count_delivery(module, delivery, (row.oper & proto::on_operational) != 0);
+    bool operational = false;
+    if (delivery.row < module->rows) {
+        status.status = run_handler(module, delivery);
+        operational = (module->params.subscriptions[delivery.row].oper & proto::on_operational) != 0;
+    } else {
+        status.status = CONFD_ERR;
+        status.text = "there is no such subscription";
+    }
+    if (!operational) {
+        module->last_txid = delivery.txid;
+        module->last_done = delivery.index + 1;
+    }
     answer(module, frame, encode(status));
 }
 
