@@ -1,0 +1,16 @@
+// From frames to functions: which operation each role may use, and what serves it.
+#ifndef GW_AGENT_DISPATCH_H
+#define GW_AGENT_DISPATCH_H
+
+#include "agent/request.h"
+#include "protocol/frame.h"
+
+namespace agent {
+
+void peer_greeted(Agent &agent, const PeerInfo &info);
+void frame_came(Agent &agent, PeerId peer, const proto::Frame &frame);
+void peer_gone(Agent &agent, PeerId peer);
+
+} // namespace agent
+
+#endif

@@ -1,0 +1,58 @@
+// The listening socket and the connections behind it: frames in, frames out. A peer that sends what is no frame, says
+// no hello in time or does not read what it is sent is closed; the others do not notice.
+#ifndef GW_AGENT_SERVER_H
+#define GW_AGENT_SERVER_H
+
+#include <cstdint>
+#include <ctime>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "agent/loop.h"
+#include "protocol/frame.h"
+#include "protocol/hello.h"
+
+namespace agent {
+
+using PeerId = std::uint64_t; // never used twice; 0 is nobody
+
+inline constexpr std::size_t max_peers = 200;
+inline constexpr std::size_t max_queued = 4UL * 1024 * 1024; // bytes waiting for a slow reader before it is closed
+
+struct PeerInfo {
+    PeerId id = 0;
+    proto::Role role = proto::Role::client;
+    std::string name; // printable
+    std::uint32_t pid = 0;
+    std::time_t since = 0;
+    std::size_t queued = 0; // bytes not read yet
+};
+
+// All three are called from the loop, never from within a call of this header.
+struct ServerEvents {
+    std::function<void(const PeerInfo &)> greeted;
+    std::function<void(PeerId, const proto::Frame &)> frame; // after greeted; hello frames are not passed on
+    std::function<void(PeerId)> gone;                        // only for peers that were greeted
+};
+
+struct ServerState;
+struct ServerDelete {
+    void operator()(ServerState *state) const;
+};
+using Server = std::unique_ptr<ServerState, ServerDelete>;
+
+// Listens on 127.0.0.1; null with *error set when it cannot. The loop must outlive it.
+Server open_server(const Loop &loop, std::uint16_t port, ServerEvents events, std::string *error);
+
+// False when the peer is gone (or is closed now because it does not read). The payload must fit a frame.
+bool send_frame(const Server &server, PeerId peer, proto::Op op, std::uint32_t id, std::string_view payload);
+// What is queued is not sent any more.
+void close_peer(const Server &server, PeerId peer, const char *why);
+std::vector<PeerInfo> peers(const Server &server); // those that were greeted
+
+} // namespace agent
+
+#endif

@@ -1,0 +1,97 @@
+#include "agent/unconfirmed.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <ctime>
+
+#include "agent/agent.h"
+#include "agent/log.h"
+
+namespace agent {
+
+namespace {
+
+constexpr const char *file_name = "confirm.state";
+constexpr const char *no_confirmed = "no confirmed commit waits for a confirmation";
+
+void go_back(Agent &agent, Request request, const std::string &why)
+{
+    const Unconfirmed &waiting = agent.commits.unconfirmed;
+    const std::string comment = "transaction " + std::to_string(waiting.txid) + " " + why;
+    log(LOG_WARNING, "%s: going back to transaction %llu", comment.c_str(),
+        static_cast<unsigned long long>(waiting.previous));
+    queue_restore(agent, request, waiting.previous, comment);
+}
+
+} // namespace
+
+bool announce_unconfirmed(Agent &agent, std::uint32_t seconds, std::string *error)
+{
+    const Stamp &running = agent.store.running.stamp;
+    Document document;
+    document.stamp = {agent.store.last_txid + 1, std::time(nullptr), ""};
+    document.text = "previous " + std::to_string(running.txid) + " seconds " + std::to_string(seconds);
+    return replace_file(agent.store.dir, file_name, with_trailer(document), Sync::file, error);
+}
+
+void await_confirmation(Agent &agent, std::uint64_t previous, std::chrono::milliseconds time)
+{
+    Unconfirmed &waiting = agent.commits.unconfirmed;
+    waiting.txid = agent.store.running.stamp.txid;
+    waiting.previous = previous;
+    waiting.deadline = std::chrono::steady_clock::now() + time;
+    waiting.timer = start_timer(agent.loop, time, [&agent] { go_back(agent, {}, "was not confirmed in time"); });
+}
+
+void forget_unconfirmed(Agent &agent)
+{
+    agent.commits.unconfirmed = {};
+    remove_file(agent.store.dir, file_name);
+    sync_directory(agent.store.dir);
+}
+
+void confirm_commit(Agent &agent, Request request)
+{
+    const std::uint64_t txid = agent.commits.unconfirmed.txid;
+    if (txid == 0) {
+        refuse(agent, request, proto::ErrorCode::not_exists, no_confirmed);
+        return;
+    }
+    forget_unconfirmed(agent);
+    log(LOG_NOTICE, "transaction %llu confirmed", static_cast<unsigned long long>(txid));
+    answer(agent, request, proto::encode(proto::CommitReply{proto::Outcome::done, txid, {}}));
+}
+
+void abort_commit(Agent &agent, Request request)
+{
+    if (agent.commits.unconfirmed.txid == 0)
+        refuse(agent, request, proto::ErrorCode::not_exists, no_confirmed);
+    else
+        go_back(agent, request, "was taken back");
+}
+
+void resume_unconfirmed(Agent &agent)
+{
+    Document document;
+    std::string why;
+    std::uint64_t previous = 0;
+    std::int64_t seconds = 0;
+    const Found found = read_document(agent.store.dir, file_name, &document, &why);
+    if (found == Found::missing) return;
+    const bool readable = found == Found::whole &&
+                          sscanf(document.text.c_str(), "previous %" SCNu64 " seconds %" SCNd64, // NOLINT(cert-err34-c)
+                                 &previous, &seconds) == 2;
+    if (!readable || document.stamp.txid != agent.store.running.stamp.txid) {
+        forget_unconfirmed(agent);
+        return;
+    }
+    // The clock may have been set meanwhile: never more than the whole time, and none left when it has run back.
+    const std::int64_t passed = std::time(nullptr) - document.stamp.time;
+    const std::int64_t left = passed < 0 ? 0 : std::max<std::int64_t>(seconds - passed, 0);
+    log(LOG_NOTICE, "transaction %llu still waits for its confirmation",
+        static_cast<unsigned long long>(document.stamp.txid));
+    await_confirmation(agent, previous, std::chrono::seconds(left));
+}
+
+} // namespace agent

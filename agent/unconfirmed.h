@@ -1,0 +1,24 @@
+// The state of a confirmed commit between its store and its confirmation.
+#ifndef GW_AGENT_UNCONFIRMED_H
+#define GW_AGENT_UNCONFIRMED_H
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+#include "agent/request.h"
+
+namespace agent {
+
+// Written before the configuration that it speaks of: it counts only while that transaction is the running one.
+bool announce_unconfirmed(Agent &agent, std::uint32_t seconds, std::string *error);
+// The transaction is running: unless it is confirmed in time, the agent goes back to `previous`.
+void await_confirmation(Agent &agent, std::uint64_t previous, std::chrono::milliseconds time);
+void forget_unconfirmed(Agent &agent);
+
+// Commits the configuration of a transaction again, ahead of those that wait (commit.cpp).
+void queue_restore(Agent &agent, Request request, std::uint64_t txid, const std::string &comment);
+
+} // namespace agent
+
+#endif
