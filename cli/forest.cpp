@@ -47,7 +47,46 @@ void harvest_below(const Node &parent, const std::string &path, Yield *yield)
     }
 }
 
+// "/interface/GigabitEthernet{0/0}" as words.
+proto::Words words_of_keypath(const std::string &path)
+{
+    proto::Words words;
+    bool in_keys = false;
+    bool fresh = true;
+    for (const char c : path) {
+        const bool ends = c == '{' || c == '}' || (c == (in_keys ? ' ' : '/'));
+        if (c == '{' || c == '}') in_keys = c == '{';
+        if (!ends && fresh) words.emplace_back();
+        if (!ends && c != '"') words.back() += c;
+        fresh = ends;
+    }
+    return words;
+}
+
+// How many of the words stand in front of the node: it is named by the last of them, or by the one before its keys.
+std::size_t words_before(const proto::Words &words, const proto::TreeNode &first)
+{
+    for (std::size_t i = words.size(); i > 0; i--)
+        if (words[i - 1].substr(words[i - 1].find(':') + 1) == first.name) return i - 1;
+    return 0;
+}
+
 } // namespace
+
+proto::Tree under_path(proto::Tree answer, const proto::Words &asked)
+{
+    if (answer.nodes.empty() || answer.nodes.front().name.find(':') != std::string::npos) return answer;
+    const bool keypath = asked.size() == 1 && asked.front().starts_with('/');
+    const proto::Words words = keypath ? words_of_keypath(asked.front()) : asked;
+    proto::Tree whole;
+    const std::size_t before = words_before(words, answer.nodes.front());
+    for (std::size_t i = 0; i < before; i++)
+        whole.nodes.push_back({proto::NodeKind::container, false, false, proto::ValueType::noexists, words[i], ""});
+    whole.nodes.insert(whole.nodes.end(), answer.nodes.begin(), answer.nodes.end());
+    for (std::size_t i = 0; i < before; i++)
+        whole.nodes.push_back({proto::NodeKind::end, false, false, proto::ValueType::noexists, "", ""});
+    return whole;
+}
 
 bool plant(const proto::Tree &tree, Node *root)
 {

@@ -18,6 +18,10 @@ struct Node {
 // False when the nodes do not nest or nest deeper than any model does.
 bool plant(const proto::Tree &tree, Node *root);
 
+// The agent answers with the nodes that were asked for, alone. With containers named like the words in front of them
+// the words of their path are whole again. For people only: a key becomes a container too.
+proto::Tree under_path(proto::Tree answer, const proto::Words &asked);
+
 bool is(const Node &node, proto::NodeKind kind);
 // Without the module.
 std::string_view local_name(const Node &node);

@@ -20,6 +20,7 @@ int show_tree(Cli *cli, const Call &call, const proto::Get &get)
     Node root;
     Problem why;
     if (!request(cli, proto::Op::get, proto::encode(get), name_of(*call.command), &tree, &why)) return fail(*cli, why);
+    if (!cli->json) tree = under_path(std::move(tree), get.path);
     if (!plant(tree, &root)) return fail(*cli, failed_problem("protocol", "the agent's answer does not nest"));
     const Yield yield = harvest(root);
     if (yield.values == 0 && !yield.marks.empty()) return fail(*cli, nothing_read(yield.marks));

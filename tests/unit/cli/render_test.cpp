@@ -1,0 +1,249 @@
+#include <gtest/gtest.h>
+
+#include "cli/json.h"
+#include "cli/table.h"
+#include "cli/tree_text.h"
+#include "cli/view.h"
+#include "unit/cli/fake_agent.h"
+
+namespace {
+
+using proto::ValueType;
+
+// Must outlive the node.
+cli::Node planted(const proto::Tree &tree)
+{
+    cli::Node root;
+    EXPECT_TRUE(cli::plant(tree, &root));
+    return root;
+}
+
+const proto::Tree configuration = {
+    {
+     open("gw-system:interface"),
+     entry("GigabitEthernet"),
+     key("port", "0/0"),
+     leaf("description", "LAN port"),
+     open("ip"),
+     open("address"),
+     open("v4"),
+     leaf("ip", "10.1.1.1", ValueType::ipv4),
+     leaf("mask", "255.255.255.0", ValueType::ipv4),
+     end(),
+     end(),
+     end(),
+     end(),
+     entry("Cellular"),
+     key("port", "1/0"),
+     end(),
+     end(),
+     open("gw-system:ip"),
+     open("dhcp"),
+     open("pool"),
+     open("lease"),
+     {proto::NodeKind::leaf, false, true, ValueType::uint16, "lease-days", "1"},
+     end(),
+     open("options"),
+     entry("option"),
+     key("code", "6", ValueType::uint8),
+     item("ip", "10.0.0.1"),
+     item("ip", "10.0.0.2"),
+     end(),
+     end(),
+     end(),
+     end(),
+     end(),
+     open("gw-snmp:snmp"),
+     leaf("disable", "false", ValueType::boolean),
+     open("trap"),
+     entry("target"),
+     key("target-address", "10.0.0.9"),
+     key("udp-port", "162", ValueType::uint16),
+     leaf("community", "a \"b\"\x1b"),
+     end(),
+     end(),
+     end(),
+     }
+};
+
+TEST(TreeText, IsIndentedAndItsLinesMakePaths)
+{
+    EXPECT_EQ(cli::indented_text(planted(configuration)), "interface\n"
+                                                          "  GigabitEthernet 0/0\n"
+                                                          "    description \"LAN port\"\n"
+                                                          "    ip address v4\n"
+                                                          "      ip 10.1.1.1\n"
+                                                          "      mask 255.255.255.0\n"
+                                                          "  Cellular 1/0\n"
+                                                          "ip dhcp pool\n"
+                                                          "  lease lease-days 1  (default)\n"
+                                                          "  options option 6\n"
+                                                          "    ip 10.0.0.1\n"
+                                                          "    ip 10.0.0.2\n"
+                                                          "snmp\n"
+                                                          "  disable false\n"
+                                                          "  trap target 10.0.0.9 162 community "
+                                                          "\"a \\\"b\\\"\\\\x1b\"\n");
+}
+
+TEST(TreeText, AsSetCommandsHasAllTheWords)
+{
+    EXPECT_EQ(cli::set_commands(planted(configuration)),
+              "set interface GigabitEthernet 0/0 description \"LAN port\"\n"
+              "set interface GigabitEthernet 0/0 ip address v4 ip 10.1.1.1\n"
+              "set interface GigabitEthernet 0/0 ip address v4 mask 255.255.255.0\n"
+              "set interface Cellular 1/0\n"
+              "set ip dhcp pool lease lease-days 1\n"
+              "set ip dhcp pool options option 6 ip 10.0.0.1\n"
+              "set ip dhcp pool options option 6 ip 10.0.0.2\n"
+              "set snmp disable false\n"
+              "set snmp trap target 10.0.0.9 162 community \"a \\\"b\\\"\\\\x1b\"\n");
+}
+
+TEST(TreeJson, EncodesAsTheStandardSays)
+{
+    EXPECT_EQ(cli::json_tree(planted(configuration)),
+              R"({"gw-system:interface":{"GigabitEthernet":[{"port":"0/0","description":"LAN port",)"
+              R"("ip":{"address":{"v4":{"ip":"10.1.1.1","mask":"255.255.255.0"}}}}],"Cellular":[{"port":"1/0"}]},)"
+              R"("gw-system:ip":{"dhcp":{"pool":{"lease":{"lease-days":1},)"
+              R"("options":{"option":[{"code":6,"ip":["10.0.0.1","10.0.0.2"]}]}}}},)"
+              R"("gw-snmp:snmp":{"disable":false,"trap":{"target":[{"target-address":"10.0.0.9","udp-port":162,)"
+              R"("community":"a \"b\"\u001b"}]}}})");
+}
+
+TEST(TreeJson, QuotesByTypeAndStaysValidWhateverTheTextIs)
+{
+    const struct {
+        ValueType type;
+        const char *text;
+        const char *json;
+    } rows[] = {
+        {ValueType::uint64,     "18446744073709551615", "\"18446744073709551615\""},
+        {ValueType::int64,      "-1",                   "\"-1\""                  },
+        {ValueType::uint32,     "4294967295",           "4294967295"              },
+        {ValueType::int8,       "-128",                 "-128"                    },
+        {ValueType::int32,      "007",                  "\"007\""                 },
+        {ValueType::uint16,     "",                     "\"\""                    },
+        {ValueType::boolean,    "true",                 "true"                    },
+        {ValueType::boolean,    "maybe",                "\"maybe\""               },
+        {ValueType::enum_value, "up",                   "\"up\""                  },
+        {ValueType::noexists,   "",                     "[null]"                  },
+        {ValueType::buf,        "a\nb\xff\\",           "\"a\\nb\\\\xff\\\\\""    },
+    };
+    for (const auto &row : rows) {
+        const proto::Tree tree = {{leaf("m:l", row.text, row.type)}};
+        EXPECT_EQ(cli::json_tree(planted(tree)), std::string("{\"m:l\":") + row.json + "}");
+    }
+}
+
+TEST(Trees, ThatDoNotNestAreRefused)
+{
+    cli::Node root;
+    EXPECT_FALSE(cli::plant({{open("a")}}, &root));
+    EXPECT_FALSE(cli::plant({{end()}}, &root));
+    EXPECT_FALSE(cli::plant(
+        {
+            {open("a"), end(), end()}
+    },
+        &root));
+    proto::Tree deep;
+    deep.nodes.resize(100'000, open("a"));
+    deep.nodes.resize(200'000, end());
+    EXPECT_FALSE(cli::plant(deep, &root));
+}
+
+TEST(Trees, OfASubtreeGetTheirPathBack)
+{
+    const proto::Tree answer = {
+        {entry("GigabitEthernet"), key("port", "0/0"), leaf("description", "x"), end()}
+    };
+    for (const proto::Words &asked : {
+             proto::Words{"gw-system:interface", "GigabitEthernet"},
+             proto::Words{"interface",                     "GigabitEthernet", "0/0"},
+             proto::Words{"/interface/GigabitEthernet{\"0/0\"}"}
+    }) {
+        const proto::Tree whole = cli::under_path(answer, asked);
+        EXPECT_EQ(cli::set_commands(planted(whole)), "set interface GigabitEthernet 0/0 description x\n");
+    }
+    const proto::Tree inner = {{leaf("ip", "10.1.1.1")}};
+    const proto::Words asked = {"interface", "GigabitEthernet", "0/0", "ip", "address", "v4", "ip"};
+    EXPECT_EQ(cli::set_commands(planted(cli::under_path(inner, asked))),
+              "set interface GigabitEthernet 0/0 ip address v4 ip 10.1.1.1\n");
+    EXPECT_EQ(cli::under_path(configuration, {"interface"}).nodes, configuration.nodes);
+}
+
+const proto::Tree brief = {
+    {
+     open("gw-oper:interface-view"),
+     open("brief"),
+     entry("GigabitEthernet"),
+     key("port", "0/0"),
+     leaf("ipv4-address", "10.1.1.1"),
+     leaf("admin-state", "up"),
+     mark("oper-state", "wrong type"),
+     leaf("description", "Büro, "),
+     end(),
+     entry("GigabitEthernet"),
+     key("port", "0/1"),
+     leaf("ipv4-address", "192.168.100.100"),
+     end(),
+     mark("Cellular", "nobody serves it\n"),
+     end(),
+     end(),
+     }
+};
+
+TEST(View, ShowsRowsAndWhatCouldNotBeRead)
+{
+    EXPECT_EQ(cli::view_text(cli::view_interface_brief, planted(brief)),
+              "Interface            Address          Mask  Admin  Oper  Media  Type  Description\n"
+              "GigabitEthernet 0/0  10.1.1.1         -     up     !     -      -     Büro,\n"
+              "GigabitEthernet 0/1  192.168.100.100  -     -      -     -      -     -\n"
+              "! /interface-view/brief/GigabitEthernet{0/0}/oper-state: wrong type\n"
+              "! /interface-view/brief/Cellular: nobody serves it\\x0a\n");
+    const std::string json = cli::json_tree(planted(brief));
+    EXPECT_EQ(json.substr(json.find("\"errors\"")),
+              R"("errors":[{"path":"/interface-view/brief/GigabitEthernet{0/0}/oper-state","text":"wrong type"},)"
+              R"({"path":"/interface-view/brief/Cellular","text":"nobody serves it\n"}]})");
+    EXPECT_EQ(cli::view_text(cli::view_nat, cli::Node{}), "(none)\n");
+}
+
+TEST(View, HasBlocksRecordsUnitsAndFormats)
+{
+    const proto::Tree detail = {
+        {open("gw-oper:interface-view"), open("detail"), entry("Cellular"), key("port", "1/0"), leaf("speed", "100"),
+         leaf("rx-bps", "8000"), end(), entry("Cellular"), key("port", "1/1"), leaf("role", "wan"), end(), end(),
+         end()}
+    };
+    EXPECT_EQ(cli::view_text(cli::view_interface_detail, planted(detail)), "Cellular 1/0\n"
+                                                                           "  Speed         100 Mbit/s\n"
+                                                                           "  Receive rate  8000 bit/s\n"
+                                                                           "\n"
+                                                                           "Cellular 1/1\n"
+                                                                           "  Role  wan\n");
+    const proto::Tree mib = {
+        {open("gw-oper:if-mib"), open("interfaces"), leaf("ifNumber", "1", ValueType::int32), end(), entry("ifEntry"),
+         key("ifIndex", "7", ValueType::int32), leaf("ifPhysAddress", "MDI6MTE6MjI6MzM6NDQ6NTU=", ValueType::binary),
+         leaf("ifHCInOctets", "123456789012", ValueType::uint64), end(), end()}
+    };
+    EXPECT_EQ(cli::view_text(cli::view_snmp_interfaces, planted(mib)),
+              "Interfaces  1\n"
+              "\n"
+              "State\n"
+              "Index  Name  Type  Admin  Oper  MTU  Speed Mbit/s  Hardware           Description\n"
+              "    7  -     -     -      -       -             -  02:11:22:33:44:55  -\n"
+              "\n"
+              "Traffic\n"
+              "Index     In octets  In unicast  Errors  Discards  Out octets  Out unicast  Errors  Discards\n"
+              "    7  123456789012           -       -         -           -            -       -         -\n");
+}
+
+TEST(Durations, AreReadable)
+{
+    EXPECT_EQ(cli::duration_text("P1DT2H3M4S"), "1d 02:03:04");
+    EXPECT_EQ(cli::duration_text("PT59M"), "0d 00:59:00");
+    EXPECT_EQ(cli::duration_text("P1Y2M"), "P1Y2M");
+    EXPECT_EQ(cli::duration_text("soon"), "soon");
+}
+
+} // namespace
