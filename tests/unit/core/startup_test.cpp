@@ -210,9 +210,9 @@ TEST(Startup, StaysInTheForegroundOnlyForDashFWithAnArgument)
     fakes::Events foreground = whole_run;
     *std::ranges::find(foreground, "daemon 0 0") = "error: running app in foreground...\n";
     for (const std::vector<const char *> &arguments : std::vector<std::vector<const char *>>{
-             {"-f",    "1"        },
+             {"-f",                                       "1"},
              {     "-fx"},
-             { "other",  "-x", "-f", "1"}
+             { "other",  "-x",                                   "-f", "1"}
     }) {
         EXPECT_EQ(run("", arguments).events, foreground) << arguments[0];
     }

@@ -1,0 +1,238 @@
+#include <arpa/inet.h>
+#include <csignal>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "config/tarvo_config.h"
+#include "core/base/globals.h"
+#include "fakes/platform.h"
+#include "fakes/record.h"
+
+namespace {
+
+using fakes::Events;
+using fakes::ipv4_value;
+using Pairs = std::vector<confd_tag_value_t>;
+
+enum : std::uint32_t { ip_tag = 0x61fa2cdb, mask_tag = 0x4591c4f1, v4_tag = 0x1089ff91, media_tag = 0x5c4c4bb4 };
+
+confd_tag_value_t pair_of(std::uint32_t tag, confd_value_t value)
+{
+    return {
+        {tag, 0},
+        value
+    };
+}
+
+confd_tag_value_t ip(const char *text)
+{
+    return pair_of(ip_tag, ipv4_value(text));
+}
+
+confd_tag_value_t mask(const char *text)
+{
+    return pair_of(mask_tag, ipv4_value(text));
+}
+
+confd_tag_value_t typed(std::uint32_t tag, confd_vtype type, std::int32_t number = 0)
+{
+    confd_value_t value{};
+    value.type = type;
+    value.val.enumvalue = number;
+    return pair_of(tag, value);
+}
+
+confd_tag_value_t ipv6(const char *text)
+{
+    confd_tag_value_t pair = typed(ip_tag, C_IPV6);
+    inet_pton(AF_INET6, text, &pair.v.val.ip6);
+    return pair;
+}
+
+Events gigabit(int op, const char *key, Pairs pairs)
+{
+    confd_value_t keys[] = {fakes::text_value(key)};
+    tollan_change_ctx ctx{};
+    EXPECT_EQ(tarvo_config_gigabitethernet(&ctx, op, 1, keys, static_cast<std::uint16_t>(pairs.size()), pairs.data()),
+              0);
+    return fakes::taken();
+}
+
+// The events of setting an address.
+Events applied(const std::string &device, const std::string &address, const std::string &length,
+               const std::string &number, const std::string &mask_text)
+{
+    const std::string command = "/etc/dnsmasq/ip_session.sh 2 0 0 0 " + address + " " + mask_text;
+    return {"info: Changing the interface [" + device + "] IP address to [" + address + "/" + length + "], mask:0x" +
+                number + ", " + mask_text,
+            "info: __tarvo_configure_eth: cmd: " + command, "run: " + command};
+}
+
+Events operator+(Events first, const Events &second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+const Events restored = applied("srcr2", "192.168.1.1", "24", "ffffff", "255.255.255.0") +
+                        Events{"info: Configure srcr2 interface with default parameters\n"};
+const std::string entry = "/interface/GigabitEthernet{\"0/0\"}/ip/address/v4/";
+
+class Config : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        fakes::reset();
+        g_logger_p = &g_logger;
+        g_gig_media_type = 1;
+        passthrough_enabled = 0;
+    }
+};
+
+TEST_F(Config, AppliesWhatAChangeSaysAboutTheLanAddress)
+{
+    const Events read_mask = {"read: " + entry + "mask", "release"};
+    const Events read_ip = {"read: " + entry + "ip", "release"};
+    const auto modified = [](const char *values) { return Events{std::string("info: tarvo modified ") + values}; };
+    struct {
+        const char *what;
+        Pairs pairs;
+        Events expected;
+    } const cases[] = {
+        {"both",
+         {typed(v4_tag, C_XMLBEGIN), ip("10.0.0.1"), mask("255.255.0.0"), typed(v4_tag, C_XMLEND)},
+         modified("op [4] if [wired0] ip [10.0.0.1] [16] [2]") +
+             applied("wired0",                                                                            "10.0.0.1", "16", "ffff", "255.255.0.0")},
+        {"address alone",
+         {ip("10.1.1.1")},
+         read_mask + modified("op [4] if [wired0] ip [10.1.1.1] [24] [2]") +
+             applied("wired0",                                                                   "10.1.1.1", "24", "ffffff", "255.255.255.0")},
+        {"a mask of zero counts as none",
+         {ip("10.1.1.1"), mask("0.0.0.0")},
+         read_mask + modified("op [4] if [wired0] ip [10.1.1.1] [24] [2]") +
+             applied("wired0",                                                                            "10.1.1.1", "24", "ffffff", "255.255.255.0")},
+        {"mask alone",
+         {mask("255.255.255.252")},
+         read_ip + modified("op [2] if [wired0] ip [10.9.9.9] [30] [2]") +
+             applied("wired0",                                                               "10.9.9.9", "30", "fcffffff", "255.255.255.252")},
+        {"mask that is not applied",
+         {ip("10.1.1.1"), mask("255.255.255.254")},
+         modified("op [4] if [wired0] ip [10.1.1.1] [31] [2]") +
+             Events{"error: Failed to configure interface with params [4] [wired0] [10.1.1.1] [31] [2]"}                                                                           },
+        {"IPv6 address",
+         {ipv6("fe80::1"), mask("255.0.0.0")},
+         modified("op [4] if [wired0] ip [fe80::1] [8] [10]") + applied("wired0",                                                               "fe80::1", "8", "ff", "255.0.0.0")},
+        {"container with the address leaf's tag",
+         {typed(ip_tag, C_XMLBEGIN), typed(mask_tag, C_BUF), typed(1, C_IPV4)},
+         restored                                                                           },
+        {"nothing",                           {},                                                                         restored                                                          },
+        {"media type alone",      {typed(media_tag, C_ENUM_VALUE, 0)},                                                 restored},
+    };
+    fakes::stored[entry + "mask"] = ipv4_value("255.255.255.0");
+    fakes::stored[entry + "ip"] = ipv4_value("10.9.9.9");
+    for (const auto &c : cases)
+        EXPECT_EQ(gigabit(MOP_MODIFIED, "0/0", c.pairs), c.expected) << c.what;
+}
+
+TEST_F(Config, AppliesWhatIsKnownWhenAStoredValueCannotBeRead)
+{
+    EXPECT_EQ(gigabit(MOP_CREATED, "0/0", {ip("10.1.1.1")}),
+              (Events{"read: " + entry + "mask", "error: Failed to read old netmask: [strerror] [1]: [lasterr]",
+                      "info: tarvo modified op [4] if [wired0] ip [10.1.1.1] [0] [2]"} +
+               applied("wired0", "10.1.1.1", "0", "0", "0.0.0.0")));
+    EXPECT_EQ(gigabit(MOP_MODIFIED, "0/0", {mask("255.0.0.0"), typed(v4_tag, C_XMLEND)}),
+              (Events{"read: " + entry + "ip", "error: Failed to read old IP address: [strerror] [1]: [lasterr]",
+                      "info: tarvo modified op [2] if [wired0] ip [] [8] [0]"} +
+               applied("wired0", "", "8", "ff", "255.0.0.0")));
+}
+
+TEST_F(Config, RemembersTheMediaType)
+{
+    struct {
+        confd_tag_value_t pair;
+        int start, result;
+    } const cases[] = {
+        {typed(media_tag, C_ENUM_VALUE, 0), 1, 0},
+        {typed(media_tag, C_ENUM_VALUE, 1), 0, 1},
+        {typed(media_tag, C_ENUM_VALUE, 2), 0, 0},
+        {typed(media_tag, C_INT32,      0), 0, 1},
+    };
+    for (const auto &c : cases) {
+        g_gig_media_type = c.start;
+        gigabit(MOP_MODIFIED, "0/0", {c.pair});
+        EXPECT_EQ(g_gig_media_type, c.result);
+    }
+}
+
+TEST_F(Config, RestoresTheDefaultWhenTheEntryGoes)
+{
+    EXPECT_EQ(gigabit(MOP_DELETED, "1/0", {ip("10.1.1.1"), mask("255.0.0.0")}),
+              Events{"info: Deleting the interface config [cell_1_0]"} + restored);
+    confd_value_t keys[] = {fakes::text_value("0/1")};
+    EXPECT_EQ(tarvo_config_interface(nullptr, MOP_DELETED, 1, keys, 0, nullptr), 0);
+    EXPECT_EQ(tarvo_config_interface(nullptr, MOP_MODIFIED, 1, keys, 0, nullptr), 0);
+    EXPECT_EQ(fakes::taken(), Events{"info: Deleting the interface []"});
+}
+
+TEST_F(Config, ValidatesInterfacesByTheDataPlane)
+{
+    confd_value_t key = fakes::text_value("0/0");
+    struct {
+        int found, result;
+        Events more;
+    } const cases[] = {
+        {0, 0,  {}                                                                                           },
+        {2, -1, {"error: Could not find interface: wired0", "refused: Could not find interface : [ wired0 ]"}},
+        {1, -1, {"refused: Error while checking for interface : [ wired0 ]"}                                 },
+    };
+    for (const auto &c : cases) {
+        fakes::outcomes.link_check = c.found;
+        EXPECT_EQ(tarvo_validate_interface(nullptr, nullptr, &key), c.result);
+        EXPECT_EQ(fakes::taken(), (Events{"debug: Checking interface [ wired0 ]", "check: wired0"} + c.more));
+    }
+}
+
+TEST_F(Config, ValidatesMasksAndPassthrough)
+{
+    for (const auto &[text, result] : std::initializer_list<std::pair<const char *, int>>{
+             {"255.255.255.0",   0 },
+             {"128.0.0.0",       0 },
+             {"255.255.255.254", 0 },
+             {"255.255.255.255", 0 },
+             {"0.0.0.0",         -1},
+             {"255.0.255.0",     -1},
+             {"0.0.0.1",         -1},
+             {"127.255.255.255", -1}
+    }) {
+        confd_value_t value = ipv4_value(text);
+        EXPECT_EQ(tarvo_validate_netmask(nullptr, nullptr, &value), result) << text;
+        const Events refusal = result == 0 ? Events{} : Events{"refused: invalid netmask"};
+        EXPECT_EQ(fakes::taken(), Events{"debug: type:15"} + refusal);
+    }
+    EXPECT_EQ(tarvo_validate_interface_type(nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(tarvo_validate_passthrough_feature_disabled(nullptr, nullptr, nullptr), 0);
+    passthrough_enabled = 1;
+    EXPECT_EQ(tarvo_validate_passthrough_feature_supported(nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(tarvo_validate_passthrough_feature_disabled(nullptr, nullptr, nullptr), -1);
+    EXPECT_EQ(fakes::taken(), Events{"refused: Operation not allowed in passthrough disabled mode"});
+}
+
+TEST_F(Config, EndsTheProcessOnAValueOfTheWrongType)
+{
+    confd_value_t number{};
+    number.type = C_INT32;
+    const auto aborted = testing::KilledBySignal(SIGABRT);
+    const auto to_stderr = [] { dup2(STDERR_FILENO, STDOUT_FILENO); };
+    EXPECT_EXIT((to_stderr(), tarvo_config_interface(nullptr, MOP_DELETED, 1, &number, 0, nullptr)), aborted,
+                "^tarvo_config:[0-9]+: failed assertion `\\(key_p\\)->type == C_BUF'");
+    EXPECT_EXIT((to_stderr(), tarvo_validate_interface(nullptr, nullptr, &number)), aborted,
+                "^tarvo_config:[0-9]+: failed assertion `\\(new_val_p\\)->type == C_BUF'");
+    EXPECT_EXIT((to_stderr(), tarvo_validate_netmask(nullptr, nullptr, &number)), aborted,
+                "^tarvo_confd:[0-9]+: failed assertion `\\(new_val_p\\)->type == C_IPV4'");
+    fakes::stored[entry + "mask"] = number;
+    EXPECT_EXIT((to_stderr(), gigabit(MOP_MODIFIED, "0/0", {ip("10.1.1.1")})), aborted,
+                "^tarvo_config:[0-9]+: failed assertion `\\(&existing_val\\)->type == C_IPV4'");
+}
+
+} // namespace
