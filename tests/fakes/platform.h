@@ -18,7 +18,7 @@ struct Outcomes {
     int cdb_connect = 0;
     int start_session = 0;
     int link_check = 0;
-    int timer_manager = 1;         // 0: none
+    int timer_manager = 1;           // 0: none
     std::string refused_callpoint{}; // whose registration fails
 };
 extern Outcomes outcomes;

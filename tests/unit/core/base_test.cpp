@@ -15,23 +15,22 @@
 #include "core/base/handles.h"
 #include "core/base/log.h"
 #include "fakes/commands.h"
+#include "fakes/files.h"
 #include "fakes/platform.h"
 #include "fakes/record.h"
 
 namespace {
 
-void write_file(const std::string &path, const std::string &text)
-{
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    std::ofstream(path, std::ios::trunc) << text;
-}
+using fakes::open_descriptors;
+using fakes::write_file;
 
 fakes::Events lines_of(const std::string &path)
 {
     fakes::Events lines;
     std::ifstream file(path);
-    for (std::string line; std::getline(file, line);)
+    for (std::string line; std::getline(file, line);) {
         lines.push_back(line);
+    }
     return lines;
 }
 
@@ -85,8 +84,9 @@ TEST(CommandRunner, TrimsTheLogOnlyAboveTheLimit)
     fakes::run_commands = true;
     for (const unsigned size : {102400U, 102401U}) {
         std::ostringstream old_lines;
-        for (unsigned i = 0; i < (size - 30) / 10; ++i)
+        for (unsigned i = 0; i < (size - 30) / 10; ++i) {
             old_lines << "line " << 1000 + i % 9000 << '\n';
+        }
         write_file(command_log, std::string((size - 30) % 10, '\n') + old_lines.str());
         fakes::reset();
         log_system_call(entry_of_30.c_str());
@@ -115,35 +115,36 @@ TEST(DebugFile, SwitchesTheDiagnostics)
 {
     const std::string on = "info: Enabling all the NTP dev logs";
     const std::string off = "info: Disabling all the NTP dev logs";
-    const std::string key16(16, 'k');
     const std::string key15(15, 'k');
     const std::string value127 = "NTP_ENA" + std::string(120, 'v');
+    const auto command = [](const std::string &data) { return "info: cmd: DEV_LOG, Data: " + data + "\n"; };
+    const auto unknown = [](const std::string &key) { return "info: Unknown cmd: " + key + "\n"; };
+    // clang-format off
     struct {
         std::string text;
         int enabled;
         fakes::Events more; // after the text was logged
     } const cases[] = {
-        {"DEV_LOG:NTP_ENABLE\n",                       1, {"info: cmd: DEV_LOG, Data: NTP_ENABLE\n", on}                                                  },
-        {"DEV_LOG:NTP_ENA\r\n",                        1, {"info: cmd: DEV_LOG, Data: NTP_ENA\r\n", on}                                                   },
-        {"DEV_LOG:NTP_ENA\n\n\nDEV_LOG:off",
-         0,                                               {"info: cmd: DEV_LOG, Data: NTP_ENA\n", on, "info: cmd: DEV_LOG, Data: off\n", off}             },
-        {"no colon\nDEV_LOG: NTP_ENA",                 0, {"info: cmd: DEV_LOG, Data:  NTP_ENA\n", off}                                                   },
-        {"DEV_LOG:NTP_ENA:more:",                      1, {"info: cmd: DEV_LOG, Data: NTP_ENA:more:\n", on}                                               },
-        {":x\n" + key15 + ":\nDEV_LOGS:NTP_ENA",
-         0,                                               {"info: Unknown cmd: \n", "info: Unknown cmd: " + key15 + "\n", "info: Unknown cmd: DEV_LOGS\n"}},
-        {key16 + ":\nDEV_LOG:NTP_ENA",                 0, {}                                                                                              },
-        {"DEV_LOG:" + value127,                        1, {"info: cmd: DEV_LOG, Data: " + value127 + "\n", on}                                            },
-        {"DEV_LOG:" + value127 + "v\nDEV_LOG:NTP_ENA", 0, {}                                                                                              },
+        {"DEV_LOG:NTP_ENABLE\n",                       1, {command("NTP_ENABLE"), on}},
+        {"DEV_LOG:NTP_ENA\r\n",                        1, {command("NTP_ENA\r"), on}},
+        {"DEV_LOG:NTP_ENA\n\n\nDEV_LOG:off",           0, {command("NTP_ENA"), on, command("off"), off}},
+        {"no colon\nDEV_LOG: NTP_ENA",                 0, {command(" NTP_ENA"), off}},
+        {"DEV_LOG:NTP_ENA:more:",                      1, {command("NTP_ENA:more:"), on}},
+        {":x\n" + key15 + ":\nDEV_LOGS:NTP_ENA",       0, {unknown(""), unknown(key15), unknown("DEV_LOGS")}},
+        {key15 + "k:\nDEV_LOG:NTP_ENA",                0, {}},
+        {"DEV_LOG:" + value127,                        1, {command(value127), on}},
+        {"DEV_LOG:" + value127 + "v\nDEV_LOG:NTP_ENA", 0, {}},
     };
+    // clang-format on
     for (const auto &c : cases) {
         fakes::reset();
         g_logger_p = nullptr; // its messages do not ask
         ntp_full_debug = 0;
         write_file("/flash/.tarvo_debug.info", c.text);
         read_debug_info();
-        fakes::Events expected = {"error: read_debug_info called", "info: Debug_info: Read debug data(" +
-                                                                       std::to_string(c.text.size()) + ") " + c.text +
-                                                                       "\n"};
+        const std::string length = std::to_string(c.text.size());
+        fakes::Events expected = {"error: read_debug_info called",
+                                  "info: Debug_info: Read debug data(" + length + ") " + c.text + "\n"};
         expected.insert(expected.end(), c.more.begin(), c.more.end());
         EXPECT_EQ(fakes::taken(), expected);
         EXPECT_EQ(ntp_full_debug, c.enabled) << c.text;
@@ -163,11 +164,6 @@ TEST(DebugFile, MayBeMissingEmptyOrTooLong)
     write_file("/flash/.tarvo_debug.info", "x\n" + std::string(1005, '\n') + "DEV_LOG:NTP_ENABLE");
     read_debug_info();
     EXPECT_EQ(fakes::taken()[2], "info: cmd: DEV_LOG, Data: NTP_ENAB\n");
-}
-
-std::ptrdiff_t open_descriptors()
-{
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
 }
 
 TEST(CdbSession, ConnectsAndStartsOrReleasesEverything)

@@ -38,8 +38,9 @@ void run_and_check(Trial &trial)
 
 void work(Trial &trial)
 {
-    for (int i = 0; i < 60; ++i)
+    for (int i = 0; i < 60; ++i) {
         run_and_check(trial);
+    }
     for (int i = 0; i < 10; ++i) {
         const auto start = Clock::now();
         wait_milliseconds(40);

@@ -30,8 +30,9 @@ bool all_zero(const void *record, std::size_t from, std::size_t to)
 fakes::Events names(const char *table, std::size_t record_size, std::size_t name_offset)
 {
     fakes::Events found;
-    for (; table[name_offset] != '\0'; table += record_size)
+    for (; table[name_offset] != '\0'; table += record_size) {
         found.emplace_back(table + name_offset);
+    }
     EXPECT_TRUE(all_zero(table, 0, record_size));
     return found;
 }
@@ -120,23 +121,25 @@ TEST(Registration, ProbesThePlatformOnlyAfterSuccess)
 
 TEST(Registration, StopsAtTheProviderThatIsRefused)
 {
+    // clang-format off
     struct {
         const char *callpoint;
-        fakes::Events log;
+        std::string log;
     } const cases[] = {
-        {"interface_brief_cellular",         {"error: Failed to register - show interface brief Cellular cb"}                  },
-        {"interface_brief_gigabitethernet",  {"error: Failed to register - show interface brief GigabitEthernet cb"}           },
-        {"pat_cp",                           {"error: tarvo_show_init[#]: Failed to register data cb for show pat"}            },
-        {"dhcp_pool_stats",                  {}                                                                                },
-        {"dhcp_binding",                     {"error: tarvo_show_init[#]: Failed to register data cb for show ip dhcp binding"}},
-        {"interface_detail_cellular",        {"error: Failed to register - show interface detail Cellular cb"}                 },
-        {"interface_detail_gigabitethernet", {"error: Failed to register - show interface detail GigabitEthernet cb"}          },
-        {"rtm-if",                           {"error: Failed to register - show zelora oper interfaces cb"}                    },
-        {"oper_status",                      {"debug: Failed to register - show transceiver oper status cb"}                   },
-        {"idprom_info",                      {"debug: Failed to register - show transceiver idprom info cb"}                   },
-        {"if-mib-interface-stats",           {"error: tarvo_snmp_init[#]: Failed to register - IF-MIB interface stats"}        },
-        {"if-mib-interfaces",                {"error: tarvo_snmp_init[#]: Failed to register - IF-MIB interfaces"}             },
+        {"interface_brief_cellular",         "error: Failed to register - show interface brief Cellular cb"},
+        {"interface_brief_gigabitethernet",  "error: Failed to register - show interface brief GigabitEthernet cb"},
+        {"pat_cp",                           "error: tarvo_show_init[#]: Failed to register data cb for show pat"},
+        {"dhcp_pool_stats",                  ""},
+        {"dhcp_binding",                     "error: tarvo_show_init[#]: Failed to register data cb for show ip dhcp binding"},
+        {"interface_detail_cellular",        "error: Failed to register - show interface detail Cellular cb"},
+        {"interface_detail_gigabitethernet", "error: Failed to register - show interface detail GigabitEthernet cb"},
+        {"rtm-if",                           "error: Failed to register - show zelora oper interfaces cb"},
+        {"oper_status",                      "debug: Failed to register - show transceiver oper status cb"},
+        {"idprom_info",                      "debug: Failed to register - show transceiver idprom info cb"},
+        {"if-mib-interface-stats",           "error: tarvo_snmp_init[#]: Failed to register - IF-MIB interface stats"},
+        {"if-mib-interfaces",                "error: tarvo_snmp_init[#]: Failed to register - IF-MIB interfaces"},
     };
+    // clang-format on
     tollan_ctx ctx{};
     fakes::Events before;
     for (const auto &c : cases) {
@@ -147,8 +150,8 @@ TEST(Registration, StopsAtTheProviderThatIsRefused)
             fakes::outcomes.refused_callpoint = c.callpoint;
             EXPECT_EQ(tarvo_confd_register_data_cbs(&ctx), 1);
             fakes::Events expected = before;
-            const bool seen = !c.log.empty() && (logging || c.log[0].find("[#]") != std::string::npos);
-            if (seen) expected.push_back(c.log[0]);
+            const bool unguarded = c.log.find("[#]") != std::string::npos;
+            if (!c.log.empty() && (logging || unguarded)) expected.push_back(c.log);
             EXPECT_EQ(fakes::taken(), expected);
         }
     }

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "core/base/globals.h"
+#include "fakes/files.h"
 #include "fakes/platform.h"
 #include "fakes/record.h"
 #include "show/click_address.h"
@@ -18,6 +19,9 @@
 #include "show/if_map.h"
 
 namespace {
+
+using fakes::open_descriptors;
+using fakes::write_file;
 
 bool no_socket = false;
 unsigned long failing_request = 0;
@@ -60,17 +64,6 @@ int __wrap_ioctl(int /*fd*/, unsigned long request, ...)
 
 namespace {
 
-void write_file(const std::string &path, const std::string &text)
-{
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    std::ofstream(path, std::ios::trunc) << text;
-}
-
-std::ptrdiff_t open_descriptors()
-{
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
-}
-
 // Puts a program that prints `lines` behind /sbin/ifconfig.
 void print_from_ifconfig(const std::string &lines)
 {
@@ -94,8 +87,9 @@ TEST(InterfaceMap, ChecksKeysAndNames)
     EXPECT_FALSE(is_valid_if_port("0/0", gw_system_Cellular));
     EXPECT_FALSE(is_valid_if_port("0/0", 0x388cc84a));
     EXPECT_TRUE(is_valid_ifname("abcdefghijklmn_"));
-    for (const char *name : {"abcdefghijklmn_0", "", "eth0.1", "a b", "a;b"})
+    for (const char *name : {"abcdefghijklmn_0", "", "eth0.1", "a b", "a;b"}) {
         EXPECT_FALSE(is_valid_ifname(name));
+    }
     EXPECT_FALSE(regex_match("(", "("));
     EXPECT_TRUE(is_cell_1_0("cell_1_0") && is_cell_1_0("cell_1_01"));
     EXPECT_FALSE(is_cell_1_0("cell_1_1") || is_cell_1_0("cell_1_"));
@@ -103,18 +97,13 @@ TEST(InterfaceMap, ChecksKeysAndNames)
 
 TEST(InterfaceMap, GivesKeysTheirDevice)
 {
-    for (const auto &[key, expected] : std::initializer_list<std::pair<const char *, const char *>>{
-             {"0/0",  "wired0"  },
-             {"1/0",  "cell_1_0"},
-             {"0",    "wired0"  },
-             {"1/x",  "cell_1_0"},
-             {"0/1",  ""        },
-             {"1/1",  ""        },
-             {"2/0",  ""        },
-             {"-1/0", ""        },
-             {"x",    ""        },
-             {"",     ""        }
-    }) {
+    // clang-format off
+    const std::pair<const char *, const char *> keys[] = {
+        {"0/0", "wired0"}, {"1/0", "cell_1_0"}, {"0", "wired0"}, {"1/x", "cell_1_0"},
+        {"0/1", ""}, {"1/1", ""}, {"2/0", ""}, {"-1/0", ""}, {"x", ""}, {"", ""},
+    };
+    // clang-format on
+    for (const auto &[key, expected] : keys) {
         char device[device_name_size] = "unchanged";
         if_port_to_device(key, device);
         EXPECT_STREQ(device, expected) << key;
@@ -203,6 +192,7 @@ TEST(Readers, TakeTheWanAddressFromTheDataPlane)
 {
     const std::string missing = "missing";
     const std::string long_ip6 = "2001:0db8:0000:0000:0000:0000:0000:0000:0000:0001";
+    // clang-format off
     struct {
         std::string ipaddr, mask, active, ip6addr; // content of the files
         int status;
@@ -210,28 +200,28 @@ TEST(Readers, TakeTheWanAddressFromTheDataPlane)
         std::string ip6;
         int plen;
     } const cases[] = {
-        {"100.64.1.2\n", "255.255.255.252\n",    "true\n",  "fe80::1\n",              0,                   "100.64.1.2", "255.255.255.252", "fe80::1",         64     },
-        {"100.64.1.2\n", "255.255.255.252\n",    "false\n", "fe80::1\n",              -1,                  "100.64.1.2", "255.255.255.252", "",                0      },
-        {"100.64.1.2\n", "255.255.255.252\n",    "",        "fe80::1\n",              -1,                  "100.64.1.2", "255.255.255.252", "",                0      },
-        {"100.64.1.2\n", "255.255.255.252\n",    "true\n",  "",                       -1,                  "100.64.1.2", "255.255.255.252", "",                0      },
-        {"100.64.1.2\n", "",                     "t",       "fe80::1\n",              -1,                  "100.64.1.2", "old",             "fe80::1",         64     },
-        {"",             "255.0.0.0\n",          "t",       "fe80::1\n",              -1,                  "old",        "255.0.0.0",       "fe80::1",         64     },
-        {"\n",           "1234567890123456 x\n", "t",       long_ip6,                 0,                   "old",        "123456789012345", long_ip6.substr(0, 45),     64},
-        {missing,              "255.0.0.0\n",                              "t",             "fe80::1\n",     -1, "old",       "old",                   "",                         0           },
-        {"100.64.1.2\n",              "255.0.0.0\n",                       missing,      "fe80::1\n", -1,    "old",              "old",                       "",                      0},
-        {"100.64.1.2\n",              "255.0.0.0\n",                       "false",      missing, -1,        "old",                  "old",                       "",                  0       },
+        {"100.64.1.2\n", "255.255.255.252\n",    "true\n",  "fe80::1\n", 0,  "100.64.1.2", "255.255.255.252", "fe80::1", 64},
+        {"100.64.1.2\n", "255.255.255.252\n",    "false\n", "fe80::1\n", -1, "100.64.1.2", "255.255.255.252", "",        0},
+        {"100.64.1.2\n", "255.255.255.252\n",    "",        "fe80::1\n", -1, "100.64.1.2", "255.255.255.252", "",        0},
+        {"100.64.1.2\n", "255.255.255.252\n",    "true\n",  "",          -1, "100.64.1.2", "255.255.255.252", "",        0},
+        {"100.64.1.2\n", "",                     "t",       "fe80::1\n", -1, "100.64.1.2", "old",             "fe80::1", 64},
+        {"",             "255.0.0.0\n",          "t",       "fe80::1\n", -1, "old",        "255.0.0.0",       "fe80::1", 64},
+        {"\n",           "1234567890123456 x\n", "t",       long_ip6,    0,  "old",        "123456789012345", long_ip6.substr(0, 45), 64},
+        {missing,        "255.0.0.0\n",          "t",       "fe80::1\n", -1, "old",        "old",             "",        0},
+        {"100.64.1.2\n", "255.0.0.0\n",          missing,   "fe80::1\n", -1, "old",        "old",             "",        0},
+        {"100.64.1.2\n", "255.0.0.0\n",          "false",   missing,     -1, "old",        "old",             "",        0},
     };
+    // clang-format on
+    const std::string elements[] = {"/click/integrated_router/wan0_arpq/ipaddr",
+                                    "/click/integrated_router/wan0_arpq/mask", "/click/srcr2_ll_nadv_bypass/active",
+                                    "/click/integrated_router/snds_wan/ip6addr"};
     const auto before = open_descriptors();
     for (const auto &c : cases) {
         std::filesystem::remove_all("/click");
-        const std::string prefix = click_routing_prefix;
-        for (const auto &[path, text] : {
-                 std::pair{prefix + "wan0_arpq/ipaddr",                       c.ipaddr },
-                 std::pair{prefix + "wan0_arpq/mask",                         c.mask   },
-                 std::pair{prefix + "snds_wan/ip6addr",                       c.ip6addr},
-                 std::pair{std::string("/click/srcr2_ll_nadv_bypass/active"), c.active }
-        }) {
-            if (text != missing) write_file(path, text);
+        const std::string *element = elements;
+        for (const std::string &text : {c.ipaddr, c.mask, c.active, c.ip6addr}) {
+            if (text != missing) write_file(*element, text);
+            ++element;
         }
         char ip[16] = "old";
         char mask[16] = "old";
