@@ -93,7 +93,7 @@ int execute_script(Cli *cli, std::FILE *in)
     for (std::size_t number = 1; getline(&line, &room, in) >= 0; number++)
         if (!run_numbered(cli, number, line, &status)) break;
     std::free(line);
-    drop_candidate(cli);
+    drop_candidate(cli, status);
     return status;
 }
 

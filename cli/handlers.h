@@ -33,7 +33,7 @@ int leave_program(Cli *cli, const Call &call);
 int show_help(Cli *cli, const Call &call);
 
 // What a session leaves behind when it ends: uncommitted changes go, with a note.
-void drop_candidate(Cli *cli);
+void drop_candidate(Cli *cli, int status);
 
 inline constexpr const char *event_kinds[] = {"notifications", "traps", "commits"}; // watch_* is 1 << index
 inline constexpr const char *commit_words[] = {"confirmed", "comment"};

@@ -1,5 +1,6 @@
 #include "cli/run.h"
 
+#include <algorithm>
 #include <unistd.h>
 
 #include "cli/execute.h"
@@ -23,20 +24,13 @@ int print_help(Cli *cli, const proto::Words &words)
     return exit_ok;
 }
 
-std::vector<Word> plain_words(const std::vector<std::string> &texts)
+// `quoted`: they were taken out of the arguments, and what looks like an option now is none.
+std::vector<Word> as_words(const std::vector<std::string> &texts, bool quoted)
 {
-    std::vector<Word> words;
-    for (const std::string &text : texts)
-        words.push_back({text, false});
-    return words;
-}
-
-// Taken out of the arguments they are as if they had been quoted.
-std::vector<Word> taken_words(const proto::Words &texts)
-{
-    std::vector<Word> words;
-    for (const std::string &text : texts)
-        words.push_back({text, true});
+    std::vector<Word> words(texts.size());
+    std::transform(texts.begin(), texts.end(), words.begin(), [quoted](const std::string &text) {
+        return Word{text, quoted};
+    });
     return words;
 }
 
@@ -46,7 +40,7 @@ int run_command(Cli *cli, const proto::Words &words, Options options, std::FILE 
         cli->session.given |= options.given & opt_accept;
         return words.empty() ? read_lines(cli, in) : execute_script(cli, in);
     }
-    const int status = execute_words(cli, taken_words(words), options);
+    const int status = execute_words(cli, as_words(words, true), options);
     // "configure" alone: its lines come from the input.
     return cli->mode == in_configure ? read_lines(cli, in) : status;
 }
@@ -58,7 +52,7 @@ int run(Cli *cli, const std::vector<std::string> &arguments, std::FILE *in)
     Options options;
     proto::Words words;
     std::string why;
-    const bool understood = take_options(plain_words(arguments), 0, &options, &words, &why);
+    const bool understood = take_options(as_words(arguments, false), 0, &options, &words, &why);
     cli->json = has(options, opt_json);
     cli->session.given = options.given & opt_json;
     if (has(options, opt_port)) cli->link.port = options.port;

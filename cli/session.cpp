@@ -22,10 +22,10 @@ bool may_leave(Cli *cli)
 
 } // namespace
 
-void drop_candidate(Cli *cli)
+void drop_candidate(Cli *cli, int status)
 {
     if (!cli->candidate_changed) return;
-    if (!is_interactive(*cli)) note(*cli, "changes that were not committed are discarded");
+    if (!is_interactive(*cli) && status == exit_ok) note(*cli, "changes that were not committed are discarded");
     cli->candidate_changed = false;
     std::string nothing;
     Problem why;
@@ -52,7 +52,7 @@ int enter_configure(Cli *cli, const Call &call)
     const int status = execute_lines(cli, call.args);
     cli->session = session;
     cli->mode = in_operation;
-    drop_candidate(cli);
+    drop_candidate(cli, status);
     return status;
 }
 
@@ -60,7 +60,7 @@ int leave_mode(Cli *cli, const Call &call)
 {
     if (cli->mode == in_operation) return leave_program(cli, call);
     if (!may_leave(cli)) return exit_ok;
-    drop_candidate(cli);
+    drop_candidate(cli, exit_ok);
     cli->mode = in_operation;
     return exit_ok;
 }
@@ -68,7 +68,7 @@ int leave_mode(Cli *cli, const Call &call)
 int leave_program(Cli *cli, const Call &)
 {
     if (!may_leave(cli)) return exit_ok;
-    drop_candidate(cli);
+    drop_candidate(cli, exit_ok);
     cli->leave = true;
     return exit_ok;
 }

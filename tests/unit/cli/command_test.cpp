@@ -4,6 +4,7 @@
 
 #include "cli/command.h"
 #include "cli/complete.h"
+#include "cli/handlers.h"
 #include "cli/help.h"
 
 namespace {
@@ -19,6 +20,14 @@ TEST(CommandTable, ReachesEveryRowByItsNameAndShowsItInTheHelp)
             EXPECT_EQ(cli::look_up(mode, name).command, &row) << cli::name_of(row);
             EXPECT_NE(cli::command_list(mode, name).find(row.help), std::string::npos) << cli::name_of(row);
         }
+    }
+}
+
+TEST(CommandTable, HasViewsWhereTheyAreShown)
+{
+    for (const cli::Command &row : cli::commands()) {
+        EXPECT_EQ(row.view != nullptr, row.run == cli::show_view) << cli::name_of(row);
+        EXPECT_TRUE(row.view != nullptr || row.arguments != cli::Arguments::view_path) << cli::name_of(row);
     }
 }
 
@@ -71,14 +80,14 @@ TEST(Completion, WithoutAnAgentComesFromTheTable)
     session.link.port = 1; // nobody listens there
     const std::map<std::string, std::string> rows = {
         {"w",                             "watch [watch ]"          },
-        {"sh i",                          "interface ip [i]"        },
+        {"sh i",                          "interface ip []"         },
         {"sh int ",                       "brief detail table []"   },
         {"watch notifications t",         "traps [traps ]"          },
         {"help sh st",                    "status [status ]"        },
         {"show status --",                "--json [--json ]"        },
         {"show conf --d",                 "--defaults [--defaults ]"},
         {"show nothing ",                 " []"                     },
-        {"c",                             "clear configure [c]"     },
+        {"c",                             "clear configure []"      },
         {"show status ",                  " []"                     },
         {"show configuration interface ", " []"                     },
     };
