@@ -83,9 +83,15 @@ bool takes_over(Agent &agent, const Application &app, Request request, const pro
 
 } // namespace
 
+// The agent may have ended in the middle of a list towards what is running now, which was not recorded yet: the
+// application will say whether it had begun it.
 void load_applications(Agent &agent)
 {
     agent.applications = read_app_states(agent.store);
+    for (auto &[name, app] : agent.applications) {
+        if (app.interrupted.stamp.txid != 0 || app.acknowledged.stamp.txid == agent.store.running.stamp.txid) continue;
+        app.interrupted = agent.store.running;
+    }
 }
 
 void register_application(Agent &agent, Request request, const proto::Register &record)

@@ -180,8 +180,13 @@ void remove_file(const std::string &dir, const std::string &name)
 void keep_aside(const std::string &dir, const std::string &name)
 {
     const std::string path = dir + "/" + name;
-    const std::string aside = path + ".bad-" + std::to_string(std::time(nullptr));
-    if (rename(path.c_str(), aside.c_str()) == 0) log(LOG_ERR, "kept it as %s", aside.c_str());
+    const std::string start = path + ".bad-" + std::to_string(std::time(nullptr));
+    std::string aside = start;
+    for (int n = 1; renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, aside.c_str(), RENAME_NOREPLACE) != 0; n++) {
+        if (errno != EEXIST) return;
+        aside = start + "." + std::to_string(n);
+    }
+    log(LOG_ERR, "kept it as %s", aside.c_str());
 }
 
 std::vector<std::string> list_files(const std::string &dir)
