@@ -32,7 +32,7 @@ int leave_mode(Cli *cli, const Call &call);
 int leave_program(Cli *cli, const Call &call);
 int show_help(Cli *cli, const Call &call);
 
-// What a session leaves behind when it ends: uncommitted changes go, with a note.
+// What a session leaves behind when it ends: uncommitted changes go, with a note unless a failure has said enough.
 void drop_candidate(Cli *cli, int status);
 
 inline constexpr const char *event_kinds[] = {"notifications", "traps", "commits"}; // watch_* is 1 << index
