@@ -183,6 +183,9 @@ class Peer:
             data += piece
         return data
 
+    def __del__(self):
+        self.socket.close()
+
     def closed(self):
         """True when the agent has closed this connection, False when it has not within the time-out."""
         try:

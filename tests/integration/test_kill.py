@@ -87,12 +87,14 @@ class KillTest(unittest.TestCase):
     def test_daemon_killed_and_changed_meanwhile(self):
         self.prepare()
         self.gw.kill(self.gw.daemon)
-        said = self.gw.commit('delete snmp trap target 192.0.2.1 162', *SET_NEW).stdout
-        self.assertIn('tarvod', said, 'the operator is told that the daemon is away')
+        said = self.gw.commit('delete snmp trap target 192.0.2.1 162', *SET_NEW[1:])
+        self.assertIn('tarvod', said.stdout + said.stderr, 'the operator is told that the daemon is away')
+        refused = self.gw.commit(SET_NEW[0], check=False)
+        self.assertIn('validate_passthrough_feature_disabled', refused.stderr, 'nobody can say whether this is allowed')
         self.gw.start_daemon()
         self.gw.in_step()
         self.assertEqual(self.gw.daemon_byte('snmp_trap_enable'), 2)
-        self.assertEqual(self.gw.script_calls(), [CALL.format(NEW)])
+        self.assertEqual(self.gw.script_calls(), [CALL.format(OLD)], 'everything as created')
 
     def test_daemon_killed_by_what_it_runs(self):
         self.prepare()

@@ -1,4 +1,5 @@
 """Peers that misbehave cost themselves only; slow handlers delay nobody who need not wait."""
+import pathlib
 import struct
 import threading
 import time
@@ -70,7 +71,7 @@ class PeersTest(unittest.TestCase):
             for n in range(100000):
                 deaf.frame(GET, n + 2, struct.pack('>BBI', 0, 1, 0))
         self.gw.cli('show', 'configuration')
-        status = open(f'/proc/{self.gw.agent.pid}/status').read()
+        status = pathlib.Path(f'/proc/{self.gw.agent.pid}/status').read_text()
         resident = int(status.split('VmRSS:')[1].split()[0])
         self.assertLess(resident, 64 * 1024, 'kB')
 
