@@ -36,16 +36,27 @@ constexpr std::uint32_t if_mib_long_columns[] = {0x3ba680f0, 0x719cc862, 0x21809
 constexpr std::uint32_t if_index_tag = 0x71d6142a;
 constexpr std::int64_t rows = 3; // of 24 leaves
 
-double median_us(int rounds, const std::function<void(int)> &work)
+using Samples = std::vector<double>;
+
+double time_us(const std::function<void()> &work)
 {
-    std::vector<double> times;
-    for (int i = 0; i < rounds; i++) {
-        const auto begin = std::chrono::steady_clock::now();
-        work(i);
-        times.push_back(std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count());
-    }
-    std::nth_element(times.begin(), times.begin() + rounds / 2, times.end());
-    return times[static_cast<std::size_t>(rounds / 2)];
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count();
+}
+
+double median(Samples samples)
+{
+    std::nth_element(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2), samples.end());
+    return samples[samples.size() / 2];
+}
+
+double median_us(int rounds, const std::function<void()> &work)
+{
+    Samples samples;
+    for (int i = 0; i < rounds; i++)
+        samples.push_back(time_us(work));
+    return median(samples);
 }
 
 void print(const char *what, double us, const char *floor, double floor_us)
@@ -60,8 +71,8 @@ pid_t start_agent(const fs::path &program, const fs::path &state)
     const std::string number = std::to_string(port);
     const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
     dup2(null, STDERR_FILENO);
-    execl(program.c_str(), "gw-agent", "--models", GW_SOURCE_DIR "/yang", "--state", state.c_str(), "--listen",
-          number.c_str(), nullptr);
+    execl(program.c_str(), "gw-agent", "--models", GW_SOURCE_DIR "/yang", "--factory",
+          GW_SOURCE_DIR "/agent/factory.json", "--state", state.c_str(), "--listen", number.c_str(), nullptr);
     _exit(127);
 }
 
@@ -172,14 +183,19 @@ void measure(const fs::path &state, int n, pid_t agent)
     Peer client = open_peer(port, Role::client);
     commit_description(client, -1);
     const std::string content = running_file(state);
-    double by_hand = median_us(n / 2, [&](int) { write_by_hand(state, content); });
-    const double commit = median_us(n, [&](int i) { commit_description(client, i); });
-    by_hand = (by_hand + median_us(n / 2, [&](int) { write_by_hand(state, content); })) / 2;
-    print("commit of one leaf, one idle subscriber", commit, "write, fsync, rename, dir fsync", by_hand);
-    std::printf("%-44s %9.1f us\n", "  beyond the disk", commit - by_hand);
+    // One after the other, so that both meet the same disk.
+    Samples by_hand;
+    Samples commit;
+    for (int i = 0; i < n; i++) {
+        by_hand.push_back(time_us([&] { write_by_hand(state, content); }));
+        commit.push_back(time_us([&] { commit_description(client, i); }));
+    }
+    print("commit of one leaf, one idle subscriber", median(commit), "write, fsync, rename, dir fsync",
+          median(by_hand));
+    std::printf("%-44s %9.1f us\n", "  beyond the disk", median(commit) - median(by_hand));
 
     const int in_a_row = 4; // the same number of turns between processes as the read below takes
-    const double floor = median_us(n, [&](int) { round_trips(in_a_row); });
+    const double floor = median_us(n, [&] { round_trips(in_a_row); });
     const std::string get = encode(Get{
         Source::operational, false, {"if-mib", "ifEntry"}
     });
@@ -187,12 +203,12 @@ void measure(const fs::path &state, int n, pid_t agent)
     decode(request(client, Op::get, get), &tree);
     const auto leaves = std::count_if(tree.nodes.begin(), tree.nodes.end(),
                                       [](const TreeNode &node) { return node.kind == NodeKind::leaf; });
-    const double read = median_us(n, [&](int) { request(client, Op::get, get); });
+    const double read = median_us(n, [&] { request(client, Op::get, get); });
     char what[64];
     std::snprintf(what, sizeof what, "operational read, %d leaves from memory", static_cast<int>(leaves));
     print(what, read, "4 round trips between threads", floor);
 
-    const double configuration = median_us(n, [&](int) { request(client, Op::get, encode(Get{})); });
+    const double configuration = median_us(n, [&] { request(client, Op::get, encode(Get{})); });
     print("whole configuration", configuration, "4 round trips between threads", floor);
     std::printf("%-44s %9ld kB\n", "resident memory of the agent", resident_kb(agent));
     close(client.fd);
