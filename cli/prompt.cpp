@@ -102,6 +102,7 @@ bool read_line(Terminal *terminal, std::string *line)
     int length = 0;
     terminal->cancelled = false;
     el_resize(terminal->edit.get());
+    el_set(terminal->edit.get(), EL_PREP_TERM, 1); // before the prompt shows, so that what is typed then is edited
     const char *text = el_gets(terminal->edit.get(), &length);
     if (terminal->cancelled) put(*terminal->cli, "\n");
     if (terminal->cancelled) return false;
@@ -144,9 +145,10 @@ void open_terminal(Terminal *terminal, std::FILE *in)
     el_set(edit, EL_PROMPT, show_prompt);
     el_set(edit, EL_EDITOR, "emacs");
     el_set(edit, EL_HIST, history, terminal->history.get());
-    el_set(edit, EL_ADDFN, "gw-complete", "complete the word", complete_word);
-    el_set(edit, EL_ADDFN, "gw-candidates", "show what may stand here", show_candidates);
-    el_set(edit, EL_ADDFN, "gw-cancel", "cancel the line", cancel_line);
+    // The narrow call would copy the names for good.
+    el_wset(edit, EL_ADDFN, L"gw-complete", L"complete the word", complete_word);
+    el_wset(edit, EL_ADDFN, L"gw-candidates", L"show what may stand here", show_candidates);
+    el_wset(edit, EL_ADDFN, L"gw-cancel", L"cancel the line", cancel_line);
     el_set(edit, EL_BIND, "^I", "gw-complete", nullptr);
     el_set(edit, EL_BIND, "?", "gw-candidates", nullptr);
     // While a line is edited Ctrl-C is a key; while a command runs it is the signal.
