@@ -75,6 +75,7 @@ void start_monitor(TarvoDaemon *daemon)
         return;
     }
     pthread_setname_np(thread, "monitor_iface");
+    pthread_detach(thread);
 }
 
 void start_ntp()
@@ -86,6 +87,7 @@ void start_ntp()
         return;
     }
     pthread_setname_np(thread, "ntp_loop");
+    pthread_detach(thread);
 }
 
 int fail(TarvoDaemon *daemon, int status)

@@ -17,12 +17,13 @@ const char *confd_lasterr(void)
     return "lasterr";
 }
 
-void confd_trans_seterr(confd_trans_ctx * /*tctx*/, const char *format, ...)
+void confd_trans_seterr(confd_trans_ctx * /*tctx*/, const char *fmt, ...)
 {
     char text[512];
     va_list arguments;
-    va_start(arguments, format);
-    vsnprintf(text, sizeof text, format, arguments);
+    va_start(arguments, fmt);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is; the checker loses sight of it after the array.
+    vsnprintf(text, sizeof text, fmt, arguments);
     va_end(arguments);
     fakes::record(std::string("refused: ") + text);
 }
@@ -54,11 +55,11 @@ int confd_data_reply_next_object_tag_value_array(confd_trans_ctx * /*tctx*/, con
     return CONFD_OK;
 }
 
-int cdb_connect(int /*sock*/, cdb_sock_type type, const sockaddr *srv, int size)
+int cdb_connect(int /*sock*/, cdb_sock_type type, const sockaddr *srv, int srv_sz)
 {
     const auto *to = reinterpret_cast<const sockaddr_in *>(srv);
     fakes::record("cdb_connect " + std::to_string(type) + " " + std::to_string(ntohl(to->sin_addr.s_addr)) + ":" +
-                  std::to_string(ntohs(to->sin_port)) + " " + std::to_string(size));
+                  std::to_string(ntohs(to->sin_port)) + " " + std::to_string(srv_sz));
     return fakes::outcomes.cdb_connect;
 }
 

@@ -22,18 +22,18 @@ void record_line(int priority, const char *format, va_list arguments)
 
 extern "C" {
 
-void openlog(const char *identity, int options, int facility)
+void __wrap_openlog(const char *identity, int options, int facility)
 {
     fakes::record(std::string("openlog ") + identity + " " + std::to_string(options) + " " + std::to_string(facility));
 }
 
-void vsyslog(int priority, const char *format, va_list arguments)
+void __wrap_vsyslog(int priority, const char *format, va_list arguments)
 {
     record_line(priority, format, arguments);
 }
 
 // What a fortified build calls.
-void __vsyslog_chk(int priority, int /*flag*/, const char *format, va_list arguments)
+void __wrap___vsyslog_chk(int priority, int /*flag*/, const char *format, va_list arguments)
 {
     record_line(priority, format, arguments);
 }

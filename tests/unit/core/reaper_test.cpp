@@ -84,7 +84,7 @@ std::string run_daemon(bool detached)
         trial.worker.join();
         const std::string pid = std::to_string(trial.own_child);
         std::string report = "status " + std::to_string(status) + ", lost " + std::to_string(trial.lost) + ", cut " +
-                             std::to_string(trial.cut) + (trial.ticks > 9 ? "" : ", too few ticks");
+                             std::to_string(trial.cut) + (trial.ticks > 4 ? "" : ", too few ticks");
         for (const std::string &line : fakes::taken("error")) {
             if (line == "Child pid " + pid + " exited with status: 3") report += ", reaped";
             if (line == "Handle sig event for child pid " + pid) report += ", handled";
@@ -95,7 +95,9 @@ std::string run_daemon(bool detached)
     std::string report(200, '\0');
     const ssize_t length = read(ends[0], report.data(), report.size());
     close(ends[0]);
-    waitpid(child, nullptr, 0);
+    int ended = -1;
+    waitpid(child, &ended, 0);
+    EXPECT_EQ(ended, 0);
     report.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
     return report;
 }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -55,15 +56,17 @@ void check_tables(const TollanModuleParams &params)
     const auto paths = names(subscriptions, 184, 8);
     ASSERT_EQ(paths.size(), 11U);
     EXPECT_EQ(paths[9], "gw-snmp:snmp/trap/target");
-    char expected[184] = {};
+    const std::string_view path = "interface/GigabitEthernet";
     void *const handler = reinterpret_cast<void *>(tarvo_config_gigabitethernet);
-    strcpy(expected + 8, "interface/GigabitEthernet");
-    memcpy(expected + 136, &handler, sizeof handler);
-    memcpy(expected + 152, "\xc0\xea\x64\x6b", 4);
-    memcpy(expected + 164, "\x01\x16", 2);
-    EXPECT_EQ(memcmp(subscriptions, expected, sizeof expected), 0);
-    EXPECT_EQ(memcmp(subscriptions + 7 * 184 + 152, "\x07\xcb\x7a\x0c", 4), 0);
-    EXPECT_EQ(memcmp(subscriptions + 7 * 184 + 164, "\x00\x16\x10", 3), 0);
+    std::string expected(184, '\0');
+    expected.replace(8, path.size(), path);
+    expected.replace(136, sizeof handler, std::string(reinterpret_cast<const char *>(&handler), sizeof handler));
+    expected.replace(152, 4, "\xc0\xea\x64\x6b");
+    expected.replace(164, 2, "\x01\x16");
+    EXPECT_EQ(std::string_view(subscriptions, 184), expected);
+    const char *oper_entry = subscriptions + 7UL * 184;
+    EXPECT_EQ(at<std::uint32_t>(oper_entry, 152), 0x0c7acb07U);
+    EXPECT_EQ(std::string_view(oper_entry + 164, 3), std::string_view("\x00\x16\x10", 3));
 
     const char *points = at<const char *>(&params, 16);
     ASSERT_EQ(names(points, 272, 0).size(), 8U);
@@ -94,15 +97,15 @@ TEST(Registration, ProbesThePlatformOnlyAfterSuccess)
     const std::string wifi = "/var/platform/has_wifi";
     struct {
         int status;
-        bool has_wifi;
         int result;
         const char *prefix;
         int standalone;
+        bool has_wifi;
     } const cases[] = {
-        {0, true,  0, "/click/integrated_router/", 0},
-        {1, false, 1, "/click/integrated_router/", 0},
-        {2, false, 1, "/click/integrated_router/", 0},
-        {3, false, 0, "/click/routing/",           1},
+        {0, 0, "/click/integrated_router/", 0, true },
+        {1, 1, "/click/integrated_router/", 0, false},
+        {2, 1, "/click/integrated_router/", 0, false},
+        {3, 0, "/click/routing/",           1, false},
     };
     for (const auto &c : cases) {
         fakes::reset();

@@ -76,6 +76,11 @@ int __wrap_pthread_setname_np(pthread_t, const char *name)
     return succeeds(std::string("name ") + name) ? 0 : -1;
 }
 
+int __wrap_pthread_detach(pthread_t)
+{
+    return 0; // the threads are not real
+}
+
 void __wrap__Z19psv_stats_file_initv()
 {
     fakes::record("psv_stats_file_init");
