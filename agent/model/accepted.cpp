@@ -38,9 +38,10 @@ std::string range_of(const lysc_range *range, bool is_signed)
     LY_ARRAY_FOR(range->parts, i)
     {
         const auto &part = range->parts[i];
-        const std::string low = is_signed ? std::to_string(part.min_64) : std::to_string(part.min_u64);
+        std::string text = is_signed ? std::to_string(part.min_64) : std::to_string(part.min_u64);
         const std::string high = is_signed ? std::to_string(part.max_64) : std::to_string(part.max_u64);
-        parts.push_back(low == high ? low : low + ".." + high);
+        if (text != high) text.append("..").append(high);
+        parts.push_back(text);
     }
     return join(parts);
 }

@@ -128,8 +128,9 @@ bool lacks_keys(const Target &target)
 bool take_word(const Models &models, const std::string &word, Target *target)
 {
     if (lacks_keys(*target)) {
-        Step &step = target->steps.back();
-        return canonical_text(keys_of_list(step.schema)[step.keys.size()], word, &step.keys.emplace_back());
+        std::vector<std::string> &keys = target->steps.back().keys;
+        const lysc_node *leaf = keys_of_list(schema_of(*target))[keys.size()];
+        return canonical_text(leaf, word, &keys.emplace_back());
     }
     const lysc_node *node = child_named(models, schema_of(*target), word);
     if (node) target->steps.push_back({node, {}, -1});

@@ -79,9 +79,10 @@ bool check_settable(const Target &target, bool has_value, proto::Error *error)
     const lysc_node *node = schema_of(target);
     const std::string path = keypath_of(target);
     const bool keyless = target.steps.back().keys.empty();
-    if (node->nodetype == LYS_LIST && keyless)
+    if (node->nodetype == LYS_LIST && keyless) {
         return refuse(error, proto::ErrorCode::bad_path, path,
                       "a key is missing: expected " + accepted(keys_of_list(node).front()));
+    }
     if ((node->nodetype == LYS_LEAF && !has_value) || (node->nodetype == LYS_LEAFLIST && keyless))
         return refuse(error, proto::ErrorCode::bad_value, path, "a value is missing: expected " + accepted(node));
     if (lysc_is_np_cont(node))
@@ -105,13 +106,11 @@ bool is_whole_object(std::string_view text)
     bool in_string = false;
     for (std::size_t i = begin; i < text.size(); i++) {
         const char c = text[i];
-        if (in_string && c == '\\')
-            i++;
-        else if (c == '"')
-            in_string = !in_string;
-        else if (!in_string && (c == '{' || c == '['))
-            depth++;
-        else if (!in_string && (c == '}' || c == ']') && --depth == 0)
+        if (c == '"') in_string = !in_string;
+        if (in_string && c == '\\') i++;
+        if (in_string) continue;
+        if (c == '{' || c == '[') depth++;
+        if ((c == '}' || c == ']') && --depth == 0)
             return text.find_first_not_of(blanks, i + 1) == std::string_view::npos;
     }
     return false;
@@ -163,7 +162,7 @@ bool set(const Models &models, Tree *tree, const proto::Words &words, proto::Err
     Target target;
     std::string value;
     bool has_value = false;
-    if (!resolve_words(models, words, true, &target, &value, &has_value, error)) return false;
+    if (!resolve_words(models, words, true, &target, &value, &has_value, error, Scope::configuration)) return false;
     if (!check_settable(target, has_value, error)) return false;
     std::string text;
     if (!store(models, tree, target, value, &text))
@@ -182,7 +181,7 @@ bool remove(const Models &models, Tree *tree, const proto::Words &words, proto::
     Target target;
     std::string value;
     bool has_value = false;
-    if (!resolve_words(models, words, false, &target, &value, &has_value, error)) return false;
+    if (!resolve_words(models, words, false, &target, &value, &has_value, error, Scope::configuration)) return false;
     if (!check_editable(target, error)) return false;
     const std::vector<const lyd_node *> nodes = find_all(tree->get(), target);
     if (nodes.empty()) return refuse(error, proto::ErrorCode::not_exists, keypath_of(target), "it does not exist");

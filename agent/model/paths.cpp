@@ -131,7 +131,7 @@ std::string keypath_of(const lyd_node *node)
 {
     std::string path;
     for (; node; node = lyd_parent(node))
-        path = "/" + std::string(node->schema->name) + in_braces(key_texts(node)) + path;
+        path.insert(0, "/" + std::string(node->schema->name) + in_braces(key_texts(node)));
     return path;
 }
 

@@ -6,6 +6,7 @@
 #ifndef GW_AGENT_MODEL_PATHS_H
 #define GW_AGENT_MODEL_PATHS_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -38,11 +39,13 @@ struct Base {             // what relative keypaths start from
 // False with *error set when the text names nothing in the models.
 bool resolve(const Models &models, const std::string &text, const Base &base, Target *target, std::string *error);
 
+enum class Scope : std::uint8_t { all, configuration };
+
 // An operator's words; a first word that begins with "/" is a keypath. With `value_expected` a word after the path to a
 // leaf is its value: *value gets its canonical text, *has_value whether there was one. *error says what is accepted
-// where the words stop to fit.
+// where the words stop to fit; the scope says which names those are, operational data is refused by the caller.
 bool resolve_words(const Models &models, const proto::Words &words, bool value_expected, Target *target,
-                   std::string *value, bool *has_value, proto::Error *error);
+                   std::string *value, bool *has_value, proto::Error *error, Scope scope = Scope::all);
 
 // In a tree (its first top-level node, null for empty). find: null when absent, the first instance when the last step
 // has no keys. find_all: every instance. exists: also true for a container without presence whose parents exist.

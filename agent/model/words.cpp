@@ -17,6 +17,7 @@ struct Reading {
     std::size_t next;
     Target *target;
     proto::Error *error;
+    Scope scope;
 };
 
 bool refuse(const Reading &at, proto::ErrorCode code, const std::string &text)
@@ -25,12 +26,12 @@ bool refuse(const Reading &at, proto::ErrorCode code, const std::string &text)
     return false;
 }
 
-std::string child_names(const Models &models, const lysc_node *parent)
+std::string child_names(const Models &models, const lysc_node *parent, Scope scope)
 {
     std::string names;
     std::size_t count = 0;
     for (const lysc_node *node : children(models, parent)) {
-        if (lysc_is_key(node)) continue;
+        if (lysc_is_key(node) || (scope == Scope::configuration && !(node->flags & LYS_CONFIG_W))) continue;
         if (++count > most_names) return names + ", ...";
         names += (names.empty() ? "" : ", ") + std::string(node->name);
     }
@@ -41,9 +42,10 @@ bool take_key(Reading *at, const lysc_node *leaf)
 {
     const std::string &word = at->words[at->next];
     std::string key;
-    if (!canonical_text(leaf, word, &key))
+    if (!canonical_text(leaf, word, &key)) {
         return refuse(*at, proto::ErrorCode::bad_value,
                       "\"" + proto::printable(word) + "\" is no " + leaf->name + ": expected " + accepted(leaf));
+    }
     at->target->steps.back().keys.push_back(key);
     at->next++;
     return true;
@@ -72,10 +74,11 @@ bool take_name(Reading *at)
     const std::size_t colon = word.find(':');
     const lysc_node *node = child_named(at->models, parent, word.substr(colon + 1)); // npos + 1 is the whole word
     const bool wrong_module = node && colon != std::string::npos && word.substr(0, colon) != node->module->name;
-    if (!node || wrong_module)
+    if (!node || wrong_module) {
         return refuse(*at, proto::ErrorCode::bad_path,
                       "\"" + proto::printable(word) + "\" is not known here: expected " +
-                          child_names(at->models, parent));
+                          child_names(at->models, parent, at->scope));
+    }
     at->target->steps.push_back({node, {}, -1});
     at->next++;
     return true;
@@ -127,11 +130,11 @@ bool take_keypath(Reading *at)
 } // namespace
 
 bool resolve_words(const Models &models, const proto::Words &words, bool value_expected, Target *target,
-                   std::string *value, bool *has_value, proto::Error *error)
+                   std::string *value, bool *has_value, proto::Error *error, Scope scope)
 {
     *target = {};
     *has_value = false;
-    Reading at{models, words, 0, target, error};
+    Reading at{models, words, 0, target, error, scope};
     if (!words.empty() && words[0].starts_with('/') && !take_keypath(&at)) return false;
     while (at.next < words.size() && !is_leaf(*target)) {
         if (!take_step(&at)) return false;

@@ -1,0 +1,23 @@
+// The models loaded once per test program, and short ways to trees of them.
+#ifndef GW_TESTS_UNIT_AGENT_MODEL_FIXTURE_H
+#define GW_TESTS_UNIT_AGENT_MODEL_FIXTURE_H
+
+#include <string>
+#include <vector>
+
+#include "agent/model/handles.h"
+#include "agent/model/models.h"
+#include "protocol/client.h"
+
+const model::Models &models();
+
+// "interface GigabitEthernet 0/0" as words.
+proto::Words words(const std::string &line);
+
+// A validated tree: the pool 10.0.23.0/24 and what these lines set, each like "snmp disable false"; a line that begins
+// with "-" removes. Empty if one of them was refused.
+model::Tree config(const std::vector<std::string> &lines);
+// The same on top of another tree.
+model::Tree changed(const model::Tree &tree, const std::vector<std::string> &lines);
+
+#endif

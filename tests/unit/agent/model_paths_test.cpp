@@ -1,0 +1,219 @@
+#include "agent/model/paths.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+#include <gtest/gtest.h>
+#include <libyang/libyang.h>
+
+#include "agent/model/complete.h"
+#include "agent/model/deliveries.h"
+#include "agent/model/edit.h"
+#include "agent/model/render.h"
+#include "agent/model/values.h"
+#include "model_fixture.h"
+
+namespace {
+
+using proto::ValueType;
+
+constexpr std::uint32_t system_ns = 0x6b64eac0;
+const std::string nat_list = "ip/nat/inside/source/static/tcp-udp-list";
+
+model::Tree rules()
+{
+    const std::string list = "ip nat inside source static tcp-udp-list ";
+    model::Tree tree = config({"interface GigabitEthernet 0/0", "interface Cellular 1/0"});
+    for (const std::string &rule : {list + "9 ", list + "5 "}) {
+        tree = changed(tree, {rule + "tcp_udp udp", rule + "local-addr 10.0.23.9", rule + "interface global-port 80",
+                              rule + "interface " + (rule == list + "5 " ? "Cellular 1/0" : "GigabitEthernet 0/0")});
+    }
+    return tree;
+}
+
+model::Target target(const std::string &path, const model::Base &base = {})
+{
+    model::Target result;
+    std::string error;
+    EXPECT_TRUE(model::resolve(models(), path, base, &result, &error)) << path << ": " << error;
+    return result;
+}
+
+std::string value_at(const model::Tree &tree, const std::string &path, const model::Base &base = {})
+{
+    const lyd_node *node = model::find(tree.get(), target(path, base));
+    return node ? proto::to_text(model::to_value(node)) : "absent";
+}
+
+TEST(Resolve, FindsEntriesByKeyAndByPosition)
+{
+    const model::Tree tree = rules();
+    const model::Base in_system{system_ns, {}};
+    EXPECT_EQ(value_at(tree, nat_list + "[0]/id", in_system), "9");
+    EXPECT_EQ(value_at(tree, "/gw-system:" + nat_list + "[1]/tcp_udp"), "1");
+    EXPECT_EQ(value_at(tree, nat_list + "[2]/id", in_system), "absent");
+    EXPECT_EQ(value_at(tree, nat_list + "{05}/interface/Cellular", in_system), "1/0"); // made canonical
+    EXPECT_EQ(value_at(tree, "/interface/GigabitEthernet{\"0/0\"}/media-type"), "1");
+    EXPECT_EQ(value_at(tree, "/interface/GigabitEthernet{0/1}/media-type"), "absent");
+
+    const model::Base below{system_ns, target("/ip/dhcp/pool")};
+    EXPECT_EQ(value_at(tree, "network/dhcp-subnet-prefix", below), "10.0.23.0/24");
+    EXPECT_EQ(model::find_all(tree.get(), target(nat_list, in_system)).size(), 2U);
+    EXPECT_EQ(model::find_all(tree.get(), target("/snmp/trap/target")).size(), 0U);
+    EXPECT_EQ(value_at(config({"snmp trap target ::1 162"}), "/snmp/trap/target{\"0:0::1\" 162}/community"), "public");
+
+    const lysc_node *chosen = nullptr;
+    ASSERT_TRUE(model::chosen_case(models(), tree.get(), target(nat_list + "{5}/interface", in_system),
+                                   "interface-choice", &chosen));
+    EXPECT_EQ(model::tag_of(models(), chosen), 0x0ccbe400U);
+    EXPECT_FALSE(model::chosen_case(models(), tree.get(), target(nat_list + "{6}/interface", in_system),
+                                    "interface-choice", &chosen));
+    EXPECT_TRUE(model::exists(nullptr, target("/led/status")));
+    EXPECT_FALSE(model::exists(tree.get(), target("/interface/GigabitEthernet{0/1}/ip/address")));
+}
+
+TEST(Resolve, RefusesWhatNamesNothing)
+{
+    for (const char *path : {"/interface/GigabitEthernet/port", "/interface/GigabitEthernet{0/0", "/interface{0/0}",
+                             "/interface/GigabitEthernet{0/0 1}", "/interface/GigabitEthernet{\"0/0}", "//interface",
+                             "/interface/GigabitEthernet{00}/port", "/interface/GigabitEthernet[-1]/port", "/nothing",
+                             "/interface/GigabitEthernet[0", "/interface[0]", "/gw-snmp:interface", "snmp",
+                             "/interface/GigabitEthernet{0/0}[1]", "/interface/GigabitEthernet{}/port"}) {
+        model::Target result;
+        std::string error;
+        EXPECT_FALSE(model::resolve(models(), path, {system_ns, {}}, &result, &error)) << path;
+        EXPECT_FALSE(error.empty()) << path;
+    }
+}
+
+TEST(Paths, AreShownAsTheyAreRead)
+{
+    const model::Tree tree = config({"snmp trap target ::1 162", "ip dhcp pool options option 6 ip 10.0.0.1"});
+    for (const char *path : {"/snmp/trap/target{::1 162}/community", "/ip/dhcp/pool/options/option{6}/ip{10.0.0.1}"})
+        EXPECT_EQ(model::keypath_of(model::find(tree.get(), target(path))), path);
+    EXPECT_EQ(model::keypath_of_library_path("/m:a/l[k='x]/ y'][j=\"it's\"]/n:b"), "/a/l{\"x]/ y\" it's}/b");
+
+    // Innermost first: the leaf, the keys of its entry, the list.
+    const proto::KeyPath wire = model::wire_path(models(), model::find(tree.get(), target("/snmp/trap/target/")));
+    ASSERT_EQ(wire.size(), 4U);
+    ASSERT_EQ(wire[0].keys.size(), 2U);
+    EXPECT_EQ(wire[0].keys[0].type, ValueType::ipv6);
+    EXPECT_EQ(wire[0].keys[1], proto::make_number(ValueType::uint16, 162));
+    EXPECT_EQ(wire[1].tag, proto::tag_of_name("target"));
+
+    const lysc_node *list = model::schema_of(target("/interface-table/entry"));
+    EXPECT_EQ(model::wire_path(models(), list, {})[0].tag, proto::tag_of_name("entry"));
+    const lysc_node *mtu = model::child_of_tag(models(), list, 0x68651712);
+    const auto element = model::wire_path(models(), mtu, {{proto::make_number(ValueType::uint32, 0)}});
+    ASSERT_EQ(element.size(), 4U);
+    EXPECT_EQ(element[0].tag, 0x68651712U);
+    EXPECT_TRUE(element[1].is_keys);
+}
+
+TEST(Values, OfProvidersAreCheckedAgainstTheModel)
+{
+    const auto text_of = [](const std::string &path, const proto::Value &value) {
+        std::string text;
+        std::string error;
+        const bool ok = model::value_text(model::schema_of(target(path)), value, &text, &error);
+        return ok ? text : "error: " + error;
+    };
+    const std::string detail = "/interface-view/detail/GigabitEthernet{0/0}/";
+    EXPECT_EQ(text_of(detail + "admin-state", proto::make_number(ValueType::enum_value, 1)), "down");
+    EXPECT_EQ(text_of(detail + "admin-state", proto::make_number(ValueType::enum_value, 2)),
+              "error: \"2\" does not fit admin-state: expected up or down");
+    EXPECT_EQ(text_of(detail + "role", proto::make_text(ValueType::str, "L\nN\xff")), "L\\x0aN\\xff");
+    EXPECT_EQ(text_of(detail + "rx-pkts", proto::make_number(ValueType::uint64, -1)), "18446744073709551615");
+    EXPECT_EQ(text_of(detail + "mtu", proto::make_number(ValueType::uint32, 1)),
+              "error: a value of type 12 is not mtu's");
+    EXPECT_EQ(text_of("/if-mib/ifEntry{1}/ifPhysAddress", proto::make_text(ValueType::binary, std::string(3, '\0'))),
+              "AAAA");
+    proto::Value value;
+    ASSERT_TRUE(proto::from_text(ValueType::ipv6, "::1", &value));
+    EXPECT_EQ(text_of("/snmp/trap/target{10.0.0.1 1}/target-address", value), "::1");
+    ASSERT_TRUE(proto::from_text(ValueType::ipv4prefix, "10.0.23.5/24", &value));
+    EXPECT_EQ(text_of("/dhcp-server/pool-statistics/dhcp-subnet-prefix", value), "10.0.23.5/24");
+}
+
+TEST(Models, KnowTheirPointsAndHashes)
+{
+    EXPECT_EQ(model::tag_of(models(), model::schema_of(target("/interface-view/brief/Cellular"))), 0x0ccbe400U);
+    EXPECT_EQ(model::ns_of(models(), model::module_of_ns(models(), 0x0c7acb07)), 0x0c7acb07U);
+    const char *name = nullptr;
+    const lysc_node *entry = model::schema_of(target("/interface-table/entry"));
+    EXPECT_EQ(model::callpoint_node(models(), model::child_named(models(), entry, "if-mtu"), &name), entry);
+    EXPECT_STREQ(name, "rtm-if");
+    EXPECT_EQ(model::callpoint_nodes(models()).size(), 12U);
+    EXPECT_EQ(model::callpoint_node(models(), model::schema_of(target("/led/status")), &name), nullptr);
+    EXPECT_STREQ(model::action_point(models(), "clear-counters"), "clear_counter_action_point");
+    EXPECT_TRUE(model::has_point(models(), model::PointKind::validation, "validate_dhcp_mac_binding"));
+    EXPECT_FALSE(model::has_point(models(), model::PointKind::callpoint, "validate_dhcp_mac_binding"));
+
+    proto::Pair severity;
+    std::string event;
+    std::string error;
+    std::vector<proto::Pair> leaves;
+    const proto::TagValue begin{2051227091, system_ns, proto::make_tag(ValueType::xmlbegin, 2051227091, system_ns)};
+    const proto::TagValue leaf{418582328, 0, proto::make_number(ValueType::enum_value, 2)};
+    ASSERT_TRUE(model::notification_text(models(), {begin, leaf}, &event, &leaves, &error)) << error;
+    EXPECT_EQ(event, "dhcp-config-change");
+    EXPECT_EQ(leaves, (std::vector<proto::Pair>{
+                          {"severity", "info"}
+    }));
+    EXPECT_FALSE(model::notification_text(models(), {leaf}, &event, &leaves, &error));
+}
+
+void expect_help(const lysc_node *parent)
+{
+    for (const lysc_node *node : model::children(models(), parent)) {
+        EXPECT_TRUE(node->dsc) << node->name;
+        EXPECT_EQ(model::help_of(node).find('\n'), std::string::npos) << node->name;
+        if ((node->nodetype & LYD_NODE_TERM) == 0) expect_help(node);
+    }
+}
+
+TEST(Models, DescribeEveryNode)
+{
+    expect_help(nullptr);
+}
+
+// What load() says about these models next to our own extensions.
+std::string loaded(const std::vector<std::string> &bodies)
+{
+    char dir[] = "/tmp/modelsXXXXXX";
+    if (!mkdtemp(dir)) return "no directory";
+    std::ofstream(std::string(dir) + "/gwx.yang")
+        << "module gwx { yang-version 1.1; namespace urn:x; prefix gwx; extension tag-hash { argument h; } extension "
+           "namespace-hash { argument h; } }";
+    for (std::size_t i = 0; i < bodies.size(); i++) {
+        const std::string name = "m" + std::to_string(i);
+        std::ofstream(std::string(dir) + "/" + name + ".yang")
+            << "module " << name << " { yang-version 1.1; namespace urn:" << name << "; prefix " << name
+            << "; import gwx { prefix gwx; } " << bodies[i] << "}";
+    }
+    std::string error;
+    model::load(dir, &error);
+    std::filesystem::remove_all(dir);
+    return error;
+}
+
+TEST(Load, RefusesModelsThatCannotBeToldApart)
+{
+    const std::string leaf = "leaf a { gwx:tag-hash 7; type string; } ";
+    EXPECT_EQ(loaded({leaf, "container b { " + leaf + "}"}), "");
+    EXPECT_EQ(loaded({leaf, leaf}), "two models have the top-level node a");
+    EXPECT_EQ(loaded({leaf, "container b { leaf a { gwx:tag-hash 8; type string; } }"}),
+              "the name a is given two hashes");
+    EXPECT_EQ(loaded({leaf + "leaf b { gwx:tag-hash 0x7; type string; }"}), "the names a and b share one hash");
+    EXPECT_EQ(loaded({"gwx:namespace-hash 5; " + leaf, "gwx:namespace-hash 5;"}),
+              "the models m0 and m1 share one namespace hash");
+    EXPECT_EQ(loaded({"leaf a { gwx:tag-hash seven; type string; }"}), "the hash \"seven\" of a is no number");
+    EXPECT_NE(loaded({"leaf a { type nothing; }"}).find("model m0: "), std::string::npos);
+    std::string error;
+    EXPECT_FALSE(model::load("/no/such/place", &error));
+    EXPECT_FALSE(error.empty());
+}
+
+} // namespace
