@@ -23,9 +23,11 @@ constexpr std::size_t path_size = 1024;
 __attribute__((format(printf, 2, 0))) int format_path(std::string *path, const char *fmt, va_list args)
 {
     char text[path_size];
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is; the checker loses sight of it after the array.
     const int length = std::vsnprintf(text, sizeof text, fmt, args);
-    if (length < 0 || static_cast<std::size_t>(length) >= sizeof text)
+    if (length < 0 || static_cast<std::size_t>(length) >= sizeof text) {
         return confd::fail(CONFD_ERR_BADPATH, "a path of %d characters is too long", length);
+    }
     *path = text;
     return CONFD_OK;
 }
@@ -179,8 +181,9 @@ int cdb_get_case(int sock, const char *choice, confd_value_t *rcase, const char 
     const int formatted = format_path(&question.path, fmt, args);
     va_end(args);
     if (formatted != CONFD_OK || call(sock, Op::cdb_case, question, &answer) != CONFD_OK) return CONFD_ERR;
-    if (!decode(answer, &reply) || reply.value.type != ValueType::xmltag)
+    if (!decode(answer, &reply) || reply.value.type != ValueType::xmltag) {
         return confd::fail(CONFD_ERR_PROTOCOL, "the case of %s cannot be read", choice);
+    }
     confd::Arena nothing; // a tag points nowhere
     *rcase = confd::to_c(reply.value, &nothing);
     return CONFD_OK;
@@ -195,7 +198,8 @@ int cdb_set_elem(int sock, const confd_value_t *val, const char *fmt, ...)
     const int formatted = format_path(&question.path, fmt, args);
     va_end(args);
     if (formatted != CONFD_OK) return CONFD_ERR;
-    if (!confd::from_c(*val, &question.value))
+    if (!confd::from_c(*val, &question.value)) {
         return confd::fail(CONFD_ERR_BADTYPE, "the value for %s cannot be sent", question.path.c_str());
+    }
     return call(sock, Op::cdb_set, question, &answer);
 }

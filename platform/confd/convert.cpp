@@ -162,8 +162,9 @@ std::vector<confd_value_t> to_c(const std::vector<proto::Value> &values, Arena *
 {
     std::vector<confd_value_t> out;
     out.reserve(values.size());
-    for (const proto::Value &value : values)
+    for (const proto::Value &value : values) {
         out.push_back(to_c(value, arena));
+    }
     return out;
 }
 
@@ -171,11 +172,12 @@ std::vector<confd_tag_value_t> to_c(const std::vector<proto::TagValue> &values, 
 {
     std::vector<confd_tag_value_t> out;
     out.reserve(values.size());
-    for (const proto::TagValue &item : values)
+    for (const proto::TagValue &item : values) {
         out.push_back({
             {item.tag, item.ns},
             to_c(item.value, arena)
         });
+    }
     return out;
 }
 

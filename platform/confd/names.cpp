@@ -64,8 +64,9 @@ const char *confd_hash2str(uint32_t hash)
 int confd_pp_kpath(char *buf, int size, const confd_hkeypath_t *path)
 {
     std::string text;
-    for (int i = path->len - 1; i >= 0; i--)
+    for (int i = path->len - 1; i >= 0; i--) {
         text += element_text(path->v[i]);
+    }
     if (size > 0) {
         const std::size_t kept = std::min(text.size(), static_cast<std::size_t>(size) - 1);
         std::memcpy(buf, text.data(), kept);

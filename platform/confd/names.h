@@ -9,7 +9,7 @@
 namespace confd {
 
 // Names already handed out stay valid, whatever a later agent calls the same number.
-void learn_names(const std::vector<proto::TagName> &names);
+void learn_names(const std::vector<proto::TagName> &list);
 
 } // namespace confd
 

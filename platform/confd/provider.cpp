@@ -31,8 +31,9 @@ int keep_reply(confd_trans_ctx *handle, const DataReply &reply)
     Transaction *transaction = transaction_of(handle);
     if (transaction->replied) return fail(CONFD_ERR_USAGE, "this call was answered already");
     std::string bytes = encode(reply);
-    if (!proto::fits_frame(bytes.size()))
+    if (!proto::fits_frame(bytes.size())) {
         return fail(CONFD_ERR_USAGE, "an answer of %zu bytes is too long", bytes.size());
+    }
     transaction->reply = std::move(bytes);
     transaction->replied = true;
     return CONFD_OK;
@@ -107,8 +108,9 @@ std::string answer_call(DaemonContext *context, const proto::CallData &call)
     Transaction transaction;
     transaction.handle.dx = &context->handle;
     transaction.call = call.call;
-    if (!run_callback(*cbs, call, &transaction.handle, &arena, &path))
+    if (!run_callback(*cbs, call, &transaction.handle, &arena, &path)) {
         return failure("callpoint " + call.callpoint + " does not serve this call");
+    }
     if (transaction.replied) return std::move(transaction.reply);
     return failure(transaction.text.empty() ? "the provider did not answer" : transaction.text);
 }
@@ -118,11 +120,13 @@ std::string answer_call(DaemonContext *context, const proto::CallData &call)
 int confd_register_data_cb(struct confd_daemon_ctx *dx, const struct confd_data_cbs *cbs)
 {
     const std::size_t length = strnlen(cbs->callpoint, sizeof cbs->callpoint);
-    if (length == 0 || length == sizeof cbs->callpoint)
+    if (length == 0 || length == sizeof cbs->callpoint) {
         return confd::fail(CONFD_ERR_USAGE, "the callpoint's name is empty or not terminated");
+    }
     auto *context = reinterpret_cast<confd::DaemonContext *>(dx);
-    if (confd::find_callbacks(*context, cbs->callpoint))
+    if (confd::find_callbacks(*context, cbs->callpoint)) {
         return confd::fail(CONFD_ERR_USAGE, "callpoint %s is registered already", cbs->callpoint);
+    }
     context->callbacks.push_back(*cbs);
     return CONFD_OK;
 }
@@ -132,6 +136,7 @@ void confd_trans_seterr(struct confd_trans_ctx *tctx, const char *fmt, ...)
     char text[1024];
     va_list args;
     va_start(args, fmt);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is; the checker loses sight of it after the array.
     std::vsnprintf(text, sizeof text, fmt, args);
     va_end(args);
     confd::transaction_of(tctx)->text = text;
@@ -172,7 +177,8 @@ int confd_data_reply_next_object_array(struct confd_trans_ctx *tctx, const confd
 {
     if (n != 0) return confd::fail(CONFD_ERR_USAGE, "objects are answered as tag-value arrays");
     // Providers end a walk of keys with it too.
-    if (confd::transaction_of(tctx)->call == DataCall::get_next)
+    if (confd::transaction_of(tctx)->call == DataCall::get_next) {
         return confd_data_reply_next_key(tctx, nullptr, 0, next);
+    }
     return confd::reply_object(tctx, DataKind::next_object, nullptr, 0, next);
 }

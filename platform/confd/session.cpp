@@ -45,8 +45,9 @@ int start_session(int sock, cdb_db_type db, std::uint32_t flags, Deadline deadli
     const std::string payload = encode(start);
     std::string answer;
     Outcome outcome = exchange(sock, proto::Op::cdb_start, payload, deadline, &answer);
-    if (outcome == Outcome::lost && connect_again(sock, deadline))
+    if (outcome == Outcome::lost && connect_again(sock, deadline)) {
         outcome = exchange(sock, proto::Op::cdb_start, payload, deadline, &answer);
+    }
     return outcome == Outcome::answered ? CONFD_OK : CONFD_ERR;
 }
 

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
 
 #include "maker.h"
@@ -28,6 +29,12 @@ struct LinkQuestion {
     char name[IFNAMSIZ];
 };
 
+// For names that ask_link took: longer ones do not exist.
+void copy_name(char (&out)[IFNAMSIZ], const char *device)
+{
+    std::snprintf(out, sizeof out, "%s", device);
+}
+
 LinkQuestion make_question(const char *device)
 {
     LinkQuestion q = {};
@@ -37,7 +44,7 @@ LinkQuestion make_question(const char *device)
     q.info.ifi_family = AF_UNSPEC;
     q.name_header.rta_type = IFLA_IFNAME;
     q.name_header.rta_len = static_cast<unsigned short>(RTA_LENGTH(sizeof q.name));
-    std::strcpy(q.name, device);
+    copy_name(q.name, device);
     return q;
 }
 
@@ -82,7 +89,7 @@ bool read_address(const char *device, char *text, socklen_t size)
     const int sock = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (sock < 0) return false;
     ifreq request = {};
-    std::strcpy(request.ifr_name, device);
+    copy_name(request.ifr_name, device);
     const bool known = ioctl(sock, SIOCGIFADDR, &request) == 0;
     close(sock);
     sockaddr_in address;
@@ -104,8 +111,8 @@ int zel_link_get(const char *device, struct LinkInfo *info)
     const int result = ask_link(device, &flags);
     if (result != link_found) return result;
     std::memset(info, 0, sizeof *info);
-    std::strcpy(info->if_name, device);
-    std::strcpy(info->addr, "0.0.0.0");
+    copy_name(info->if_name, device);
+    std::snprintf(info->addr, sizeof info->addr, "0.0.0.0");
     if (read_address(device, info->addr, sizeof info->addr)) info->addr_family = AF_INET;
     info->admin_status = (flags & IFF_UP) != 0;
     info->oper_status = (flags & IFF_RUNNING) != 0;

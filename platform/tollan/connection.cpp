@@ -24,8 +24,9 @@ bool is_answer(const proto::Frame &frame, std::uint32_t id)
 {
     if (frame.op == proto::Op::reply && frame.id == id) return true;
     proto::Error error;
-    if (frame.op == proto::Op::error && decode(frame.payload, &error))
+    if (frame.op == proto::Op::error && decode(frame.payload, &error)) {
         syslog(LOG_ERR, "the management agent refuses: %s", error.text.c_str());
+    }
     return false;
 }
 
@@ -136,8 +137,9 @@ void give_up(Module *module)
 void give_up_if_broken(Module *module)
 {
     if (!module->broken) return;
-    if (module->link.state == State::up)
+    if (module->link.state == State::up) {
         syslog(LOG_WARNING, "lost the management agent, trying again in %d s", module->retry_seconds);
+    }
     give_up(module);
 }
 
@@ -177,10 +179,11 @@ void on_timer(evutil_socket_t, short, void *arg) noexcept
 {
     auto *module = static_cast<Module *>(arg);
     const bool overdue = module->link.state != State::closed;
-    if (overdue || !open_link(&module->link) || !watch_link(module))
+    if (overdue || !open_link(&module->link) || !watch_link(module)) {
         give_up(module);
-    else
+    } else {
         start_timer(module, attempt_seconds);
+    }
 }
 
 } // namespace

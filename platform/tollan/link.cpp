@@ -21,10 +21,11 @@ void write_out(Link *link)
     std::size_t done = 0;
     while (done < link->out.size()) {
         const ssize_t n = send(link->fd, link->out.data() + done, link->out.size() - done, MSG_DONTWAIT | MSG_NOSIGNAL);
-        if (n > 0)
+        if (n > 0) {
             done += static_cast<std::size_t>(n);
-        else if (errno != EINTR)
+        } else if (errno != EINTR) {
             break; // full, or the peer has gone: then the loop finds the socket readable and closes
+        }
     }
     link->out.erase(0, done);
 }
@@ -87,9 +88,9 @@ bool receive(Link *link)
     const std::size_t before = link->in.size();
     link->in.resize(before + read_size);
     ssize_t n = 0;
-    do
+    do {
         n = recv(link->fd, link->in.data() + before, read_size, MSG_DONTWAIT);
-    while (n < 0 && errno == EINTR);
+    } while (n < 0 && errno == EINTR);
     link->in.resize(before + (n > 0 ? static_cast<std::size_t>(n) : 0));
     return n > 0 || (n < 0 && errno == EAGAIN);
 }

@@ -46,8 +46,9 @@ Module *make_module(const TollanModuleParams &params)
     auto *module = new Module;
     module->params = params;
     module->rows = count_rows(params.subscriptions);
-    for (std::size_t i = 0; i < module->rows; i++)
+    for (std::size_t i = 0; i < module->rows; i++) {
         params.subscriptions[i].library = i + 1;
+    }
     module->handle.dx = &module->dx.handle;
     module->dx.handle.owner = &module->handle;
     module->link.wake_fd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -60,8 +61,9 @@ void destroy(Module *module)
     module->handle.ready = 0;
     close_link(&module->link);
     if (module->link.wake_fd >= 0) close(module->link.wake_fd);
-    for (std::size_t i = 0; i < module->rows; i++)
+    for (std::size_t i = 0; i < module->rows; i++) {
         module->params.subscriptions[i].library = 0;
+    }
     delete module;
 }
 
@@ -107,8 +109,9 @@ void tollan_module_deinit(struct tollan_ctx *ctx)
 int tollan_event_send_notification(struct tollan_ctx *ctx, const confd_tag_value_t *values, int n)
 {
     proto::Notify notification;
-    if (!confd::from_c(values, n, &notification.values))
+    if (!confd::from_c(values, n, &notification.values)) {
         return confd::fail(CONFD_ERR_BADTYPE, "the notification holds a value that cannot be sent");
+    }
     if (tollan::send_up(ctx, proto::Op::notify, encode(notification))) return CONFD_OK;
     return confd::fail(CONFD_ERR_OS, "the management agent is not connected");
 }

@@ -27,8 +27,9 @@ int connect_socket(confd::Deadline deadline)
     address.sin_family = AF_INET;
     address.sin_port = htons(proto::default_port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (confd::connect_data(sock, reinterpret_cast<const sockaddr *>(&address), sizeof address, deadline) == CONFD_OK)
+    if (confd::connect_data(sock, reinterpret_cast<const sockaddr *>(&address), sizeof address, deadline) == CONFD_OK) {
         return sock;
+    }
     close(sock);
     return -1;
 }

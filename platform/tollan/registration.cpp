@@ -52,8 +52,9 @@ std::uint8_t calls_of(const confd_data_cbs &cbs)
 std::size_t count_rows(const tollan_subscription *table)
 {
     std::size_t rows = 0;
-    while (table && table[rows].path[0] != '\0')
+    while (table && table[rows].path[0] != '\0') {
         rows++;
+    }
     return rows;
 }
 
@@ -68,12 +69,15 @@ proto::Register make_registration(const Module &module)
         const tollan_subscription &row = module.params.subscriptions[i];
         out.subscriptions.push_back({field_text(row.path), row.ns_hash, row.priority, row.flags, row.oper});
     }
-    for (const confd_valpoint_cb *row = module.params.validation_points; row && row->valpoint[0] != '\0'; row++)
+    for (const confd_valpoint_cb *row = module.params.validation_points; row && row->valpoint[0] != '\0'; row++) {
         out.validation_points.push_back(field_text(row->valpoint));
-    for (const confd_action_cbs *row = module.params.action_points; row && row->actionpoint[0] != '\0'; row++)
+    }
+    for (const confd_action_cbs *row = module.params.action_points; row && row->actionpoint[0] != '\0'; row++) {
         out.action_points.push_back(field_text(row->actionpoint));
-    for (const confd_data_cbs &cbs : module.dx.callbacks)
+    }
+    for (const confd_data_cbs &cbs : module.dx.callbacks) {
         out.callpoints.push_back({field_text(cbs.callpoint), calls_of(cbs)});
+    }
     return out;
 }
 

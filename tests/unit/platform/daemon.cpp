@@ -34,10 +34,12 @@ int on_change(tollan_change_ctx *ctx, int op, int num_keys, confd_value_t *keys,
               confd_tag_value_t *values)
 {
     std::string line = "change " + std::to_string(op);
-    for (int i = 0; i < num_keys; i++)
+    for (int i = 0; i < num_keys; i++) {
         line += " [" + text_of(keys[i]) + "]";
-    for (int i = 0; i < num_values; i++)
+    }
+    for (int i = 0; i < num_values; i++) {
         line += " " + std::to_string(values[i].tag.tag) + "=" + text_of(values[i].v);
+    }
     record(ctx->handle, line);
     return num_keys > 1 ? 5 : 0;
 }
@@ -99,7 +101,7 @@ int register_data(tollan_ctx *ctx)
     registering->registrations++;
     registering->ctx_at_registration = handed_out == ctx && handle_of(ctx->dx) == ctx;
     confd_data_cbs cbs = {};
-    std::strcpy(cbs.callpoint, "numbers");
+    std::snprintf(cbs.callpoint, sizeof cbs.callpoint, "numbers");
     cbs.get_elem = on_get_elem;
     EXPECT_EQ(confd_register_data_cb(ctx->dx, &cbs), CONFD_OK);
     return registering->fail_registration;
@@ -150,8 +152,9 @@ void start(Daemon *daemon)
 
 int wait_result(const Daemon &daemon)
 {
-    for (int i = 0; i < 5000 && daemon.result < 0; i++)
+    for (int i = 0; i < 5000 && daemon.result < 0; i++) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     return daemon.result;
 }
 

@@ -44,7 +44,8 @@ int wait_result(const Daemon &daemon);
 void finish(Daemon *daemon);
 
 // The agent's side of hello and registration. `then` is sent in one piece with the answer.
-peer::Handle accept_registration(const peer::Handle &listener, proto::Register *record, const std::string &then = {});
+peer::Handle accept_registration(const peer::Handle &listener, proto::Register *registration,
+                                 const std::string &then = {});
 
 // Sends a call and reads its answer.
 template <typename Record> peer::Message call(const peer::Handle &agent, proto::Op op, const Record &record)

@@ -126,11 +126,13 @@ TEST_F(Deliveries, AnAgentThatDoesNotReadGetsWhatWasAcceptedAndNoMore)
 {
     const std::string text(60000, 'x');
     int accepted = 0;
-    while (accepted < 1000 && kvr_trap_send(daemon.ctx, "big", 1, 1, "a", text.c_str()) == 0)
+    while (accepted < 1000 && kvr_trap_send(daemon.ctx, "big", 1, 1, "a", text.c_str()) == 0) {
         accepted++;
+    }
     EXPECT_LT(accepted, 1000) << "memory without end";
-    for (int i = 0; i < accepted; i++)
+    for (int i = 0; i < accepted; i++) {
         ASSERT_EQ(peer::read_message(agent).op, Op::trap) << i;
+    }
     EXPECT_EQ(kvr_trap_send(daemon.ctx, "small", 1, 0), 0);
     proto::Trap trap;
     EXPECT_TRUE(decode(peer::read_message(agent).payload, &trap));

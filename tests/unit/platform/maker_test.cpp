@@ -49,8 +49,9 @@ TEST(ExecuteOutput, OnAnotherThreadIsSafeFromTheReaper)
     std::thread worker([&] {
         for (int i = 0; i < 50; i++) {
             char output[16];
-            if (zel_execute_output("echo a; exit 7", output, sizeof output) == 7 && std::strcmp(output, "a") == 0)
+            if (zel_execute_output("echo a; exit 7", output, sizeof output) == 7 && std::strcmp(output, "a") == 0) {
                 good++;
+            }
         }
         done = true;
     });
@@ -68,8 +69,9 @@ TEST(Link, DevicesOfThisHost)
 {
     ASSERT_EQ(std::system("ip link add quiet0 type bridge"), 0);
     EXPECT_EQ(zel_link_check("lo"), 0);
-    for (const char *missing : {"", "absent0", "a-name-of-16-chr", "lo:1"})
+    for (const char *missing : {"", "absent0", "a-name-of-16-chr", "lo:1"}) {
         EXPECT_EQ(zel_link_check(missing), 2) << missing;
+    }
     alignas(LinkInfo) unsigned char room[LINK_INFO_STORAGE];
     auto *info = reinterpret_cast<LinkInfo *>(room);
     EXPECT_NE(zel_link_get("absent0", info), 0);

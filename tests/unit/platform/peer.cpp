@@ -67,8 +67,9 @@ Message read_message(const Handle &connection)
     std::string bytes = read_exactly(connection, proto::length_bytes);
     if (bytes.empty()) return {};
     std::size_t size = 0;
-    for (const char c : bytes)
+    for (const char c : bytes) {
         size = size << 8 | static_cast<unsigned char>(c);
+    }
     bytes += read_exactly(connection, size);
     proto::Frame frame;
     std::size_t used = 0;

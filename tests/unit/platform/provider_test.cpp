@@ -34,7 +34,7 @@ int find_next_object(confd_trans_ctx *tctx, confd_hkeypath_t *, int, confd_value
 confd_data_cbs make_callbacks(const char *name)
 {
     confd_data_cbs cbs = {};
-    std::strcpy(cbs.callpoint, name);
+    std::snprintf(cbs.callpoint, sizeof cbs.callpoint, "%s", name);
     cbs.get_elem = get_elem;
     cbs.get_next = get_next;
     cbs.find_next_object = find_next_object;

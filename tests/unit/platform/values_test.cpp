@@ -79,8 +79,9 @@ TEST(Values, TextHasANulAfterItsLastByte)
     const std::string texts[] = {"", "0/0", std::string(100, 'x')};
     std::vector<confd_value_t> values;
     values.reserve(std::size(texts));
-    for (const std::string &text : texts)
+    for (const std::string &text : texts) {
         values.push_back(confd::to_c(make_text(ValueType::buf, text), &arena));
+    }
     for (std::size_t i = 0; i < values.size(); i++) { // the arena has grown since the first
         EXPECT_EQ(values[i].val.buf.size, texts[i].size());
         EXPECT_STREQ(reinterpret_cast<const char *>(values[i].val.buf.ptr), texts[i].c_str());
