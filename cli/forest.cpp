@@ -19,7 +19,9 @@ bool plant_below(const proto::Tree &tree, std::size_t *at, std::size_t depth, No
     while (*at < tree.nodes.size()) {
         const proto::TreeNode &node = tree.nodes[(*at)++];
         if (node.kind == proto::NodeKind::end) return depth > 0;
-        parent->children.push_back({&node, {}});
+        const bool of_parent =
+            node.kind == proto::NodeKind::error_mark && depth > 0 && node.name == local_name(*parent);
+        parent->children.push_back({&node, {}, of_parent});
         if (!opens(node.kind)) continue;
         if (depth == deepest || !plant_below(tree, at, depth + 1, &parent->children.back())) return false;
     }
@@ -28,7 +30,7 @@ bool plant_below(const proto::Tree &tree, std::size_t *at, std::size_t depth, No
 
 std::string step_of(const Node &node)
 {
-    if (node.data->name.empty()) return {};
+    if (node.data->name.empty() || node.of_parent) return {};
     std::string step = "/" + std::string(local_name(node));
     if (!is(node, proto::NodeKind::entry)) return step;
     std::string keys;
@@ -73,19 +75,19 @@ std::size_t words_before(const proto::Words &words, const proto::TreeNode &first
 
 } // namespace
 
-proto::Tree under_path(proto::Tree answer, const proto::Words &asked)
+std::size_t put_under_path(const proto::Words &asked, proto::Tree *answer)
 {
-    if (answer.nodes.empty() || answer.nodes.front().name.find(':') != std::string::npos) return answer;
+    std::vector<proto::TreeNode> &nodes = answer->nodes;
+    if (nodes.empty() || nodes.front().name.find(':') != std::string::npos) return 0;
     const bool keypath = asked.size() == 1 && asked.front().starts_with('/');
     const proto::Words words = keypath ? words_of_keypath(asked.front()) : asked;
-    proto::Tree whole;
-    const std::size_t before = words_before(words, answer.nodes.front());
-    for (std::size_t i = 0; i < before; i++)
-        whole.nodes.push_back({proto::NodeKind::container, false, false, proto::ValueType::noexists, words[i], ""});
-    whole.nodes.insert(whole.nodes.end(), answer.nodes.begin(), answer.nodes.end());
-    for (std::size_t i = 0; i < before; i++)
-        whole.nodes.push_back({proto::NodeKind::end, false, false, proto::ValueType::noexists, "", ""});
-    return whole;
+    const std::size_t above = words_before(words, nodes.front());
+    std::vector<proto::TreeNode> opening(above, proto::TreeNode{proto::NodeKind::container, false, false, {}, "", ""});
+    for (std::size_t i = 0; i < above; i++)
+        opening[i].name = words[i];
+    nodes.insert(nodes.begin(), opening.begin(), opening.end());
+    nodes.resize(nodes.size() + above, proto::TreeNode{proto::NodeKind::end, false, false, {}, "", ""});
+    return above;
 }
 
 bool plant(const proto::Tree &tree, Node *root)

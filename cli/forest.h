@@ -13,14 +13,16 @@ namespace cli {
 struct Node {
     const proto::TreeNode *data = nullptr; // null at the root; belongs to the proto::Tree, which must live as long
     std::vector<Node> children;
+    bool of_parent = false; // an error mark about all of the node it stands in, not about one that is missing there
 };
 
 // False when the nodes do not nest or nest deeper than any model does.
 bool plant(const proto::Tree &tree, Node *root);
 
-// The agent answers with the nodes that were asked for, alone. With containers named like the words in front of them
-// the words of their path are whole again. For people only: a key becomes a container too.
-proto::Tree under_path(proto::Tree answer, const proto::Words &asked);
+// The agent answers with the nodes that were asked for, alone. Puts containers around them that are named like the
+// words in front of them, so that people see whole paths; gives how many. They are no data: a key becomes a container
+// too.
+std::size_t put_under_path(const proto::Words &asked, proto::Tree *answer);
 
 bool is(const Node &node, proto::NodeKind kind);
 // Without the module.

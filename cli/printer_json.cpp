@@ -27,14 +27,14 @@ std::string utc_time(std::int64_t seconds)
     return text;
 }
 
-std::string tree(const Node &root, bool)
+std::string tree(const Node &root, std::size_t above, bool)
 {
-    return line(json_tree(root));
+    return line(json_tree(root, above));
 }
 
-std::string view(const View &, const Node &root)
+std::string view(const View &, const Node &root, std::size_t above)
 {
-    return line(json_tree(root));
+    return line(json_tree(root, above));
 }
 
 std::string pairs(const proto::Pairs &list)

@@ -33,9 +33,9 @@ std::string words_of(const Node &node)
 
 std::string mark_line(const Node &node, const std::string &before)
 {
-    std::string line = before + proto::printable(local_name(node));
-    if (!line.empty() && line.back() != ' ') line += ": ";
-    return line + proto::printable(node.data->text);
+    std::string line = before + (node.of_parent ? "" : proto::printable(local_name(node)));
+    if (line.ends_with(' ')) line.pop_back();
+    return line + (line.empty() ? "" : ": ") + proto::printable(node.data->text);
 }
 
 std::vector<const Node *> inner(const Node &node)

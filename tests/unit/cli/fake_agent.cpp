@@ -139,6 +139,11 @@ proto::TreeNode leaf(const std::string &name, const std::string &text, proto::Va
     return {proto::NodeKind::leaf, false, false, type, name, text};
 }
 
+proto::TreeNode by_default(const std::string &name, const std::string &text, proto::ValueType type)
+{
+    return {proto::NodeKind::leaf, false, true, type, name, text};
+}
+
 proto::TreeNode item(const std::string &name, const std::string &text)
 {
     return {proto::NodeKind::item, false, false, proto::ValueType::ipv4, name, text};

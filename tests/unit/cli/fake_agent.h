@@ -58,11 +58,16 @@ void PrintTo(const Ran &ran, std::ostream *stream);
 // Runs gwcli with these arguments and this standard input.
 Ran run_gwcli(const FakeAgent &agent, const std::vector<std::string> &arguments, const std::string &input = "");
 
-// Nodes of trees.
+// Trees, node by node.
+template <typename... Nodes> proto::Tree tree_of(const Nodes &...nodes)
+{
+    return {{nodes...}};
+}
 proto::TreeNode open(const std::string &name);
 proto::TreeNode entry(const std::string &name);
 proto::TreeNode key(const std::string &name, const std::string &text, proto::ValueType type = proto::ValueType::buf);
 proto::TreeNode leaf(const std::string &name, const std::string &text, proto::ValueType type = proto::ValueType::buf);
+proto::TreeNode by_default(const std::string &name, const std::string &text, proto::ValueType type);
 proto::TreeNode item(const std::string &name, const std::string &text);
 proto::TreeNode mark(const std::string &name, const std::string &text);
 proto::TreeNode end();

@@ -18,53 +18,16 @@ cli::Node planted(const proto::Tree &tree)
     return root;
 }
 
-const proto::Tree configuration = {
-    {
-     open("gw-system:interface"),
-     entry("GigabitEthernet"),
-     key("port", "0/0"),
-     leaf("description", "LAN port"),
-     open("ip"),
-     open("address"),
-     open("v4"),
-     leaf("ip", "10.1.1.1", ValueType::ipv4),
-     leaf("mask", "255.255.255.0", ValueType::ipv4),
-     end(),
-     end(),
-     end(),
-     end(),
-     entry("Cellular"),
-     key("port", "1/0"),
-     end(),
-     end(),
-     open("gw-system:ip"),
-     open("dhcp"),
-     open("pool"),
-     open("lease"),
-     {proto::NodeKind::leaf, false, true, ValueType::uint16, "lease-days", "1"},
-     end(),
-     open("options"),
-     entry("option"),
-     key("code", "6", ValueType::uint8),
-     item("ip", "10.0.0.1"),
-     item("ip", "10.0.0.2"),
-     end(),
-     end(),
-     end(),
-     end(),
-     end(),
-     open("gw-snmp:snmp"),
-     leaf("disable", "false", ValueType::boolean),
-     open("trap"),
-     entry("target"),
-     key("target-address", "10.0.0.9"),
-     key("udp-port", "162", ValueType::uint16),
-     leaf("community", "a \"b\"\x1b"),
-     end(),
-     end(),
-     end(),
-     }
-};
+const proto::Tree configuration =
+    tree_of(open("gw-system:interface"), entry("GigabitEthernet"), key("port", "0/0"), leaf("description", "LAN port"),
+            open("ip"), open("address"), open("v4"), leaf("ip", "10.1.1.1", ValueType::ipv4),
+            leaf("mask", "255.255.255.0", ValueType::ipv4), end(), end(), end(), end(), entry("Cellular"),
+            key("port", "1/0"), end(), end(), open("gw-system:ip"), open("dhcp"), open("pool"), open("lease"),
+            by_default("lease-days", "1", ValueType::uint16), end(), open("options"), entry("option"),
+            key("code", "6", ValueType::uint8), item("ip", "10.0.0.1"), item("ip", "10.0.0.2"), end(), end(), end(),
+            end(), end(), open("gw-snmp:snmp"), leaf("disable", "false", ValueType::boolean), open("trap"),
+            entry("target"), key("target-address", "10.0.0.9"), key("udp-port", "162", ValueType::uint16),
+            leaf("community", "a \"b\"\x1b"), end(), end(), end());
 
 TEST(TreeText, IsIndentedAndItsLinesMakePaths)
 {
@@ -131,7 +94,7 @@ TEST(TreeJson, QuotesByTypeAndStaysValidWhateverTheTextIs)
         {ValueType::buf,        "a\nb\xff\\",           "\"a\\nb\\\\xff\\\\\""    },
     };
     for (const auto &row : rows) {
-        const proto::Tree tree = {{leaf("m:l", row.text, row.type)}};
+        const proto::Tree tree = tree_of(leaf("m:l", row.text, row.type));
         EXPECT_EQ(cli::json_tree(planted(tree)), std::string("{\"m:l\":") + row.json + "}");
     }
 }
@@ -154,44 +117,29 @@ TEST(Trees, ThatDoNotNestAreRefused)
 
 TEST(Trees, OfASubtreeGetTheirPathBack)
 {
-    const proto::Tree answer = {
-        {entry("GigabitEthernet"), key("port", "0/0"), leaf("description", "x"), end()}
-    };
-    for (const proto::Words &asked : {
-             proto::Words{"gw-system:interface", "GigabitEthernet"},
-             proto::Words{"interface",                     "GigabitEthernet", "0/0"},
-             proto::Words{"/interface/GigabitEthernet{\"0/0\"}"}
-    }) {
-        const proto::Tree whole = cli::under_path(answer, asked);
-        EXPECT_EQ(cli::set_commands(planted(whole)), "set interface GigabitEthernet 0/0 description x\n");
+    const proto::Tree answer = tree_of(entry("GigabitEthernet"), key("port", "0/0"), leaf("description", "x"), end());
+    const proto::Words all = {"gw-system:interface", "GigabitEthernet"};
+    const proto::Words one = {"interface", "GigabitEthernet", "0/0"};
+    proto::Tree tree;
+    for (const proto::Words &asked : {all, one, proto::Words{"/interface/GigabitEthernet{\"0/0\"}"}}) {
+        tree = answer;
+        EXPECT_EQ(cli::put_under_path(asked, &tree), 1U);
+        EXPECT_EQ(cli::set_commands(planted(tree)), "set interface GigabitEthernet 0/0 description x\n");
+        EXPECT_EQ(cli::json_tree(planted(tree), 1), R"({"GigabitEthernet":[{"port":"0/0","description":"x"}]})");
     }
-    const proto::Tree inner = {{leaf("ip", "10.1.1.1")}};
-    const proto::Words asked = {"interface", "GigabitEthernet", "0/0", "ip", "address", "v4", "ip"};
-    EXPECT_EQ(cli::set_commands(planted(cli::under_path(inner, asked))),
-              "set interface GigabitEthernet 0/0 ip address v4 ip 10.1.1.1\n");
-    EXPECT_EQ(cli::under_path(configuration, {"interface"}).nodes, configuration.nodes);
+    tree = tree_of(leaf("ip", "10.1.1.1"));
+    cli::put_under_path({"interface", "GigabitEthernet", "0/0", "ip", "address", "v4", "ip"}, &tree);
+    EXPECT_EQ(cli::set_commands(planted(tree)), "set interface GigabitEthernet 0/0 ip address v4 ip 10.1.1.1\n");
+    tree = configuration;
+    EXPECT_EQ(cli::put_under_path({"interface"}, &tree), 0U);
+    EXPECT_EQ(tree.nodes, configuration.nodes);
 }
 
-const proto::Tree brief = {
-    {
-     open("gw-oper:interface-view"),
-     open("brief"),
-     entry("GigabitEthernet"),
-     key("port", "0/0"),
-     leaf("ipv4-address", "10.1.1.1"),
-     leaf("admin-state", "up"),
-     mark("oper-state", "wrong type"),
-     leaf("description", "Büro, "),
-     end(),
-     entry("GigabitEthernet"),
-     key("port", "0/1"),
-     leaf("ipv4-address", "192.168.100.100"),
-     end(),
-     mark("Cellular", "nobody serves it\n"),
-     end(),
-     end(),
-     }
-};
+const proto::Tree brief =
+    tree_of(open("gw-oper:interface-view"), open("brief"), entry("GigabitEthernet"), key("port", "0/0"),
+            leaf("ipv4-address", "10.1.1.1"), leaf("admin-state", "up"), mark("oper-state", "wrong type"),
+            leaf("description", "Büro, "), end(), entry("GigabitEthernet"), key("port", "0/1"),
+            leaf("ipv4-address", "192.168.100.100"), end(), mark("Cellular", "nobody serves it\n"), end(), end());
 
 TEST(View, ShowsRowsAndWhatCouldNotBeRead)
 {
@@ -210,22 +158,19 @@ TEST(View, ShowsRowsAndWhatCouldNotBeRead)
 
 TEST(View, HasBlocksRecordsUnitsAndFormats)
 {
-    const proto::Tree detail = {
-        {open("gw-oper:interface-view"), open("detail"), entry("Cellular"), key("port", "1/0"), leaf("speed", "100"),
-         leaf("rx-bps", "8000"), end(), entry("Cellular"), key("port", "1/1"), leaf("role", "wan"), end(), end(),
-         end()}
-    };
+    const proto::Tree detail = tree_of(open("gw-oper:interface-view"), open("detail"), entry("Cellular"),
+                                       key("port", "1/0"), leaf("speed", "100"), leaf("rx-bps", "8000"), end(),
+                                       entry("Cellular"), key("port", "1/1"), leaf("role", "wan"), end(), end(), end());
     EXPECT_EQ(cli::view_text(cli::view_interface_detail, planted(detail)), "Cellular 1/0\n"
                                                                            "  Speed         100 Mbit/s\n"
                                                                            "  Receive rate  8000 bit/s\n"
                                                                            "\n"
                                                                            "Cellular 1/1\n"
                                                                            "  Role  wan\n");
-    const proto::Tree mib = {
-        {open("gw-oper:if-mib"), open("interfaces"), leaf("ifNumber", "1", ValueType::int32), end(), entry("ifEntry"),
-         key("ifIndex", "7", ValueType::int32), leaf("ifPhysAddress", "MDI6MTE6MjI6MzM6NDQ6NTU=", ValueType::binary),
-         leaf("ifHCInOctets", "123456789012", ValueType::uint64), end(), end()}
-    };
+    const proto::Tree mib = tree_of(open("gw-oper:if-mib"), open("interfaces"), leaf("ifNumber", "1", ValueType::int32),
+                                    end(), entry("ifEntry"), key("ifIndex", "7", ValueType::int32),
+                                    leaf("ifPhysAddress", "MDI6MTE6MjI6MzM6NDQ6NTU=", ValueType::binary),
+                                    leaf("ifHCInOctets", "123456789012", ValueType::uint64), end(), end());
     EXPECT_EQ(cli::view_text(cli::view_snmp_interfaces, planted(mib)),
               "Interfaces  1\n"
               "\n"

@@ -23,10 +23,8 @@ std::string joined(const proto::Words &words)
     return text;
 }
 
-const proto::Tree lan = {
-    {open("gw-system:interface"), entry("GigabitEthernet"), key("port", "0/0"), leaf("description", "LAN"), end(),
-     end()}
-};
+const proto::Tree lan = tree_of(open("gw-system:interface"), entry("GigabitEthernet"), key("port", "0/0"),
+                                leaf("description", "LAN"), end(), end());
 
 TEST(Show, AsksForWhatTheWordsSay)
 {
@@ -55,18 +53,17 @@ TEST(Show, AsksForWhatTheWordsSay)
 
 TEST(Show, FailsOnlyWhenNothingCouldBeRead)
 {
-    proto::Tree tree = {
-        {open("gw-oper:transceiver"), mark("diagnostics", "nobody serves it"), mark("idprom", "nobody serves it"),
-         end()}
-    };
+    proto::Tree tree =
+        tree_of(open("gw-oper:transceiver"), open("diagnostics"), mark("diagnostics", "nobody serves it"), end(),
+                mark("idprom", "nobody serves it"), end());
     const FakeAgent agent([&tree](proto::Op, std::string_view) { return reply(tree); });
     EXPECT_EQ(run_gwcli(agent, {"show", "transceiver"}),
               (Ran{1, "", "gwcli: /transceiver/diagnostics: nobody serves it (and 1 more could not be read)\n"}));
     EXPECT_EQ(run_gwcli(agent, {"show", "transceiver", "--json"}).out,
               "{\"error\":{\"code\":\"unreadable\",\"path\":\"/transceiver/diagnostics\",\"text\":\"nobody serves it "
               "(and 1 more could not be read)\"}}\n");
-    tree.nodes[2] = open("idprom");
-    tree.nodes.insert(tree.nodes.begin() + 3, {leaf("vendor-name", "ACME  "), end()});
+    tree.nodes[4] = open("idprom");
+    tree.nodes.insert(tree.nodes.begin() + 5, {leaf("vendor-name", "ACME  "), end()});
     EXPECT_EQ(run_gwcli(agent, {"show", "transceiver"}),
               (Ran{0, "Identification\nVendor  ACME\n! /transceiver/diagnostics: nobody serves it\n", ""}));
     EXPECT_EQ(run_gwcli(agent, {"show", "operational", "transceiver"}),
