@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 
 #include "agent/handlers.h"
@@ -24,6 +25,12 @@ bool is_single(const model::Target &target)
     if (schema == nullptr) return false;
     return schema->nodetype == LYS_LEAF || ((schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) != 0 &&
                                             (!target.steps.back().keys.empty() || target.steps.back().position >= 0));
+}
+
+bool has_position(const model::Target &target)
+{
+    return std::any_of(target.steps.begin(), target.steps.end(),
+                       [](const model::Step &step) { return step.position >= 0; });
 }
 
 void answer_tree(Agent &agent, Request request, const model::Target &target, proto::Tree tree)
@@ -81,6 +88,11 @@ void on_get(Agent &agent, Request request, std::string_view payload)
         return;
     }
     const bool operational = record.source == proto::Source::operational;
+    if (operational && has_position(target)) {
+        refuse(agent, request,
+               proto::Error{proto::ErrorCode::bad_path, model::keypath_of(target), "give the keys, not a position"});
+        return;
+    }
     if (!target.steps.empty() && is_config(model::schema_of(target)) == operational) {
         refuse(agent, request,
                proto::Error{proto::ErrorCode::bad_path, model::keypath_of(target),

@@ -244,7 +244,7 @@ Server open_server(const Loop &loop, std::uint16_t port, ServerEvents events, st
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     server->listener.reset(evconnlistener_new_bind(base_of(loop), on_accept, server.get(),
                                                    LEV_OPT_CLOSE_ON_FREE | LEV_OPT_CLOSE_ON_EXEC | LEV_OPT_REUSEABLE,
-                                                   64, reinterpret_cast<sockaddr *>(&address), sizeof address));
+                                                   SOMAXCONN, reinterpret_cast<sockaddr *>(&address), sizeof address));
     if (!server->listener || !server->reaper) {
         *error = "cannot listen on 127.0.0.1:" + std::to_string(port) + ": " + strerror(errno);
         return nullptr;

@@ -1,0 +1,61 @@
+#include "agent/persist.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+using agent::Document;
+
+TEST(Trailer, GivesBackWhatWasWritten)
+{
+    const Document document{
+        {7, 1795380077, "one\nline hash=1"},
+        "{\"a\": 1}\n#gw length=3"
+    };
+    Document read;
+    std::string why;
+    ASSERT_TRUE(agent::split_trailer(agent::with_trailer(document), &read, &why)) << why;
+    EXPECT_EQ(read.text, document.text);
+    EXPECT_EQ(read.stamp.txid, 7U);
+    EXPECT_EQ(read.stamp.time, 1795380077);
+    EXPECT_EQ(read.stamp.comment, "one\\x0aline hash=1");
+}
+
+TEST(Trailer, EveryCutAndEveryChangedByteIsNoticed)
+{
+    const std::string whole = agent::with_trailer({
+        {1, 2, "c"},
+        "{\"a\": [1, 2, 3]}"
+    });
+    Document read;
+    std::string why;
+    for (std::size_t i = 0; i < whole.size(); i++) {
+        EXPECT_FALSE(agent::split_trailer(whole.substr(0, i), &read, &why)) << "cut at " << i;
+        std::string changed = whole;
+        changed[i] = static_cast<char>(changed[i] ^ 1);
+        EXPECT_FALSE(agent::split_trailer(changed, &read, &why)) << "changed at " << i;
+        EXPECT_FALSE(why.empty());
+    }
+}
+
+TEST(Files, ALinkKeepsWhatWasReplaced)
+{
+    char name[] = "/tmp/persist-test-XXXXXX";
+    const std::string dir = mkdtemp(name);
+    std::string error;
+    ASSERT_TRUE(agent::replace_file(dir, "a", "one", agent::Sync::file, &error)) << error;
+    ASSERT_TRUE(agent::link_file(dir, "a", "b", &error)) << error;
+    ASSERT_TRUE(agent::replace_file(dir, "a", "two", agent::Sync::none, &error)) << error;
+    std::string bytes;
+    EXPECT_EQ(agent::read_file(dir + "/b", &bytes, &error), agent::Found::whole);
+    EXPECT_EQ(bytes, "one");
+    ASSERT_TRUE(agent::link_file(dir, "a", "b", &error)) << "over an existing name: " << error;
+    EXPECT_EQ(agent::read_file(dir + "/b", &bytes, &error), agent::Found::whole);
+    EXPECT_EQ(bytes, "two");
+    EXPECT_EQ(agent::read_file(dir + "/c", &bytes, &error), agent::Found::missing);
+    EXPECT_FALSE(agent::replace_file(dir + "/none", "a", "x", agent::Sync::none, &error));
+    EXPECT_NE(error.find("No such file"), std::string::npos);
+    std::filesystem::remove_all(dir);
+}
