@@ -115,7 +115,7 @@ void offer_keys(Line *line, const Target &target)
             key = key->next;
         if (key) offer(line, lyd_get_value(key), help_of(leaves[next]));
     }
-    if ((step.schema->flags & LYS_CONFIG_W) != 0) offer(line, "", help_of(leaves[next]));
+    offer(line, "", help_of(leaves[next]));
 }
 
 bool lacks_keys(const Target &target)

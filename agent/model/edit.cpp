@@ -123,6 +123,22 @@ bool is_clean_text(std::string text)
     return proto::printable(text) == text;
 }
 
+// The library parses a node that is given twice and only refuses it when everything is validated.
+const lyd_node *given_twice(const lyd_node *siblings)
+{
+    for (const lyd_node *node = siblings; node; node = node->next) {
+        lyd_node *first = nullptr;
+        if (node->schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) {
+            lyd_find_sibling_first(siblings, node, &first);
+        } else {
+            lyd_find_sibling_val(siblings, node->schema, nullptr, 0, &first);
+        }
+        if (first != node) return node;
+        if (const lyd_node *deeper = given_twice(lyd_child(node))) return deeper;
+    }
+    return nullptr;
+}
+
 // Before a merge: what the new data chooses replaces what was chosen.
 void yield_cases(lyd_node **top, lyd_node *parent, const lyd_node *news)
 {
@@ -204,6 +220,11 @@ bool load_json(const Models &models, Tree *tree, const std::string &text, bool r
     if (lyd_parse_data_mem(context(models), text.c_str(), LYD_JSON,
                            LYD_PARSE_ONLY | LYD_PARSE_STRICT | LYD_PARSE_NO_STATE, 0, &news)) {
         *error = last_error(models, nullptr);
+        return false;
+    }
+    if (const lyd_node *node = given_twice(news)) {
+        *error = {proto::ErrorCode::malformed, keypath_of(node), "this is given twice"};
+        lyd_free_all(news);
         return false;
     }
     lyd_node *top = replace ? nullptr : tree->release();

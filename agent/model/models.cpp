@@ -10,6 +10,8 @@
 #include <libyang/libyang.h>
 #include <libyang/plugins_exts.h>
 
+#include "agent/model/values.h"
+
 namespace model {
 
 struct Models {
@@ -78,6 +80,8 @@ LY_ERR scan_node(lysc_node *node, void *data, ly_bool *)
 {
     auto *scan = static_cast<Scan *>(data);
     scan->names.push_back(node->name);
+    if ((node->nodetype & (LYS_LEAF | LYS_LEAFLIST)) && type_of(node) == proto::ValueType::noexists)
+        scan->error = std::string("the type of ") + node->name + " has no form that applications know";
     LY_ARRAY_COUNT_TYPE i = 0;
     LY_ARRAY_FOR(node->exts, i)
     {

@@ -24,7 +24,7 @@ struct FreeModels {
 using ModelsHandle = std::unique_ptr<Models, FreeModels>;
 
 // Loads every "*.yang" of the directory. Null with *error set: a model does not compile, two names share a hash, one
-// name has two hashes, or a top-level name exists twice.
+// name has two hashes, a top-level name exists twice, or a leaf has a type that cannot travel.
 ModelsHandle load(const std::string &dir, std::string *error);
 ly_ctx *context(const Models &models);
 

@@ -110,6 +110,7 @@ bool missing_leaf(const Models &models, const lyd_node *tree, const Said &said, 
 {
     if (!said.text.starts_with("Mandatory node")) return false;
     const lysc_node *leaf = schema_at(models, said.schema_path);
+    if (!leaf) return false;
     const lyd_node *holder = holder_lacking(tree, leaf);
     error->path = holder ? keypath_of(holder) + "/" + leaf->name : keypath_of_library_path(said.schema_path);
     const std::string wanted = accepted(leaf);

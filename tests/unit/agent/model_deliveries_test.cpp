@@ -195,6 +195,29 @@ TEST(Difference, TakesRowsByPriorityThenByTable)
                      "1 9 {15=10.0.0.1} {11=162} community:5=public", created_rule}));
 }
 
+TEST(Difference, PutsListsWithoutTheirOwnRowIntoTheCall)
+{
+    std::vector<model::Row> rows;
+    std::string error;
+    ASSERT_TRUE(model::prepare(
+        models(),
+        {
+            {"ip/dhcp",                        system_ns, 0, 0x16, 0},
+            {"interface/GigabitEthernet{0/1}", system_ns, 0, 0x16, 0}
+    },
+        &rows, &error));
+    const model::Tree before = config({});
+    const std::string entry = "ip dhcp pool mac-binding 02:11:22:33:44:55";
+    const model::Tree after = changed(
+        before, {entry + " fixed-address 10.0.23.9", "interface GigabitEthernet 0/1", "interface GigabitEthernet 0/0"});
+    const std::string created_entry = "3 0 pool( mac-binding( mac-address:5=02:11:22:33:44:55 "
+                                      "fixed-address:15=10.0.23.9 )mac-binding )pool";
+    EXPECT_EQ(show(model::difference(models(), rows, before.get(), after.get())),
+              (Lines{created_entry, "1 1 {5=0/1} media-type:28=1"}));
+    const model::Tree gone = changed(after, {"-" + entry});
+    EXPECT_EQ(show(model::difference(models(), rows, after.get(), gone.get())), Lines{"3 0"});
+}
+
 TEST(FirstDelivery, DeletesWhatIsGoneThenCreatesEverythingButDefaults)
 {
     const model::Tree old =

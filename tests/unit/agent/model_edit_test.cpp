@@ -140,6 +140,9 @@ TEST(Edit, ReplacesTheChosenCaseAndKeepsDefaultsPresent)
     EXPECT_NE(text.find("GigabitEthernet{ port=0/0! media-type=rj45* } "), std::string::npos) << text;
     ASSERT_TRUE(model::set(models(), &tree, words("interface GigabitEthernet 0/0 media-type rj45"), &error));
     EXPECT_NE(shown(model::to_tree(tree.get(), false)).find("media-type=rj45 "), std::string::npos);
+    for (const char *again : {"interface GigabitEthernet 0/0", "interface GigabitEthernet 0/0 media-type rj45",
+                              "ip dhcp pool options option 7 ip 10.0.0.1", "ip dhcp pool options option 7 ip 10.0.0.1"})
+        EXPECT_TRUE(model::set(models(), &tree, words(again), &error)) << again << ": " << error.text;
     ASSERT_TRUE(model::remove(models(), &tree, words("interface"), &error)); // the first top-level node
     EXPECT_EQ(shown(model::to_tree(tree.get(), false)).find("GigabitEthernet"), std::string::npos);
 }
@@ -150,7 +153,8 @@ TEST(LoadJson, TakesWholeDocumentsOnly)
     proto::Error error;
     for (const char *text : {"", " ", "{", "{\"gw-snmp:snmp\":{}", "{} {}", "[]", "{\"gw-snmp:snmp\":{}}}", "{\"a}",
                              "{\"gw-snmp:snmp\":{\"disable\":\"no\"}}", "{\"gw-led:led\":{\"status\":{\"lan\":1}}}",
-                             "{\"gw-system:ip\":{\"dhcp\":{\"nope\":1}}}", "{\"x:y\":{}}", "{\"\xff\":1}"}) {
+                             "{\"gw-system:ip\":{\"dhcp\":{\"nope\":1}}}", "{\"x:y\":{}}",
+                             "{\"gw-snmp:snmp\":{\"disable\":true,\"disable\":false}}", "{\"\xff\":1}"}) {
         model::Tree tree = model::duplicate(base.get());
         EXPECT_FALSE(model::load_json(models(), &tree, text, true, &error)) << text;
         EXPECT_TRUE(model::identical(tree.get(), base.get())) << text;

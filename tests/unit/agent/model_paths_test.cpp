@@ -210,6 +210,8 @@ TEST(Load, RefusesModelsThatCannotBeToldApart)
     EXPECT_EQ(loaded({"gwx:namespace-hash 5; " + leaf, "gwx:namespace-hash 5;"}),
               "the models m0 and m1 share one namespace hash");
     EXPECT_EQ(loaded({"leaf a { gwx:tag-hash seven; type string; }"}), "the hash \"seven\" of a is no number");
+    EXPECT_EQ(loaded({"leaf a { type decimal64 { fraction-digits 2; } }"}),
+              "the type of a has no form that applications know");
     EXPECT_NE(loaded({"leaf a { type nothing; }"}).find("model m0: "), std::string::npos);
     std::string error;
     EXPECT_FALSE(model::load("/no/such/place", &error));
