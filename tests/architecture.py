@@ -18,7 +18,7 @@ ARROWS = {
     'platform/include': set(),
     'platform/confd': {'platform/include', 'protocol'},
     'platform/tollan': {'platform/include', 'platform/confd', 'protocol'},
-    'platform/maker': {'platform/include', 'platform/tollan'},
+    'platform/maker': {'platform/include', 'platform/tollan', 'protocol'},
     'platform/board': {'platform/include'},
     'platform/mtd': {'platform/include'},
     'core/base': PLATFORM,
