@@ -107,7 +107,7 @@ TEST(Read, CountsCasesAndWrites)
         peer::serve(pair.agent, Op::cdb_exists, proto::CdbCount{0});
         peer::serve(pair.agent, Op::cdb_case, proto::CdbValue{proto::make_tag(proto::ValueType::xmltag, 5, 6)});
         proto::CdbSet written;
-        EXPECT_TRUE(decode(peer::serve_empty(pair.agent, Op::cdb_set).payload, &written));
+        EXPECT_TRUE(decode(peer::serve_payload(pair.agent, Op::cdb_set, {}).payload, &written));
         EXPECT_EQ(written.value, proto::make_number(proto::ValueType::int32, -4));
     });
     EXPECT_EQ(cdb_num_instances(pair.sock.fd, "list"), 3);
@@ -153,7 +153,7 @@ TEST(Trouble, BadAnswersFailAndTheNextSessionConnectsAgainInPlace)
         std::thread agent([&] {
             misbehave(pair.agent, peer::read_message(pair.agent).id);
             pair.agent = peer::greet(pair.listener, proto::Role::data);
-            peer::serve_empty(pair.agent, Op::cdb_start);
+            peer::serve_payload(pair.agent, Op::cdb_start, {});
         });
         EXPECT_EQ(cdb_exists(number, "/led"), CONFD_ERR);
         EXPECT_EQ(confd_errno, CONFD_ERR_OS);

@@ -112,11 +112,6 @@ Message serve_payload(const Handle &connection, proto::Op op, std::string_view p
     return request;
 }
 
-Message serve_empty(const Handle &connection, proto::Op op)
-{
-    return serve_payload(connection, op, {});
-}
-
 int open_descriptors()
 {
     const std::filesystem::directory_iterator all("/proc/self/fd");

@@ -52,11 +52,8 @@ void send_message(const Handle &connection, proto::Op op, std::uint32_t id, std:
 // Accepts, reads the hello of this role and answers it.
 Handle greet(const Handle &listener, proto::Role role);
 
-// Reads a request of this kind and answers it with the record.
-template <typename Record> Message serve(const Handle &connection, proto::Op op, const Record &record);
-Message serve_empty(const Handle &connection, proto::Op op);
+// Reads a request of this kind and answers it.
 Message serve_payload(const Handle &connection, proto::Op op, std::string_view payload);
-
 template <typename Record> Message serve(const Handle &connection, proto::Op op, const Record &record)
 {
     return serve_payload(connection, op, encode(record));

@@ -24,10 +24,10 @@ std::string read_text(tollan_ctx *ctx, const char *path)
 void serve_read(const peer::Handle &agent, const proto::Value &value)
 {
     proto::CdbStart session;
-    EXPECT_TRUE(decode(peer::serve_empty(agent, Op::cdb_start).payload, &session));
+    EXPECT_TRUE(decode(peer::serve_payload(agent, Op::cdb_start, {}).payload, &session));
     EXPECT_EQ(session.database, proto::Database::running);
     peer::serve(agent, Op::cdb_get, proto::CdbValue{value});
-    peer::serve_empty(agent, Op::cdb_end);
+    peer::serve_payload(agent, Op::cdb_end, {});
 }
 
 TEST(ReadVal, FromInsideACallbackOverAConnectionOfItsOwn)
@@ -96,11 +96,11 @@ TEST(ReadVal, AMissingValueKeepsItsErrorAndTheConnection)
     });
     // The connection that an earlier test left is gone: a new one is made in its place.
     const peer::Handle data = peer::greet(listener, proto::Role::data);
-    peer::serve_empty(data, Op::cdb_start);
+    peer::serve_payload(data, Op::cdb_start, {});
     const peer::Message request = peer::read_message(data);
     const proto::Error error = {proto::ErrorCode::not_exists, "/none", "no value"};
     peer::send_message(data, Op::error, request.id, encode(error));
-    peer::serve_empty(data, Op::cdb_end);
+    peer::serve_payload(data, Op::cdb_end, {});
     serve_read(data, list);
     reader.join();
     EXPECT_EQ(missing, "error " + std::to_string(CONFD_ERR_NOEXISTS));

@@ -32,33 +32,25 @@ TEST(Init, GivesASilentAgentTwoSeconds)
     finish(&daemon);
 }
 
-TEST(Init, FailsWhenTheAgentRefuses)
+// By the agent, or because the daemon's own providers cannot be registered.
+TEST(Init, FailsWhenRegistrationIsRefused)
 {
     const peer::Handle listener = peer::listen_here();
-    Daemon daemon;
-    start(&daemon);
-    const peer::Handle agent = peer::greet(listener, proto::Role::application);
-    const peer::Message request = peer::read_message(agent);
-    peer::send_message(agent, proto::Op::error, request.id,
-                       encode(proto::Error{proto::ErrorCode::in_use, "", "taken"}));
-    EXPECT_EQ(wait_result(daemon), 1);
-    EXPECT_EQ(daemon.ctx.load(), nullptr);
-    EXPECT_TRUE(peer::sees_end(agent));
-    finish(&daemon);
-}
-
-TEST(Init, FailsBeforeRegisteringWhenTheProvidersDo)
-{
-    const peer::Handle listener = peer::listen_here();
-    Daemon daemon;
-    daemon.fail_registration = 1;
-    start(&daemon);
-    const peer::Handle agent = peer::greet(listener, proto::Role::application);
-    EXPECT_TRUE(peer::sees_end(agent)) << "instead of a registration";
-    EXPECT_EQ(wait_result(daemon), 1);
-    EXPECT_TRUE(daemon.ctx_at_registration);
-    EXPECT_EQ(daemon.ctx.load(), nullptr);
-    finish(&daemon);
+    for (const int fail_registration : {0, 1}) {
+        Daemon daemon;
+        daemon.fail_registration = fail_registration;
+        start(&daemon);
+        const peer::Handle agent = peer::greet(listener, proto::Role::application);
+        if (fail_registration == 0) {
+            const proto::Error error = {proto::ErrorCode::in_use, "", "taken"};
+            peer::send_message(agent, proto::Op::error, peer::read_message(agent).id, encode(error));
+        }
+        EXPECT_TRUE(peer::sees_end(agent)) << "instead of a registration";
+        EXPECT_EQ(wait_result(daemon), 1);
+        EXPECT_TRUE(daemon.ctx_at_registration);
+        EXPECT_EQ(daemon.ctx.load(), nullptr);
+        finish(&daemon);
+    }
 }
 
 TEST(Init, TellsTheAgentTheWholeTables)
