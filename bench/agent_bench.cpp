@@ -218,7 +218,7 @@ void measure(const fs::path &state, int n, pid_t agent)
 
 int main(int argc, char **argv)
 {
-    const int rounds = argc > 1 ? std::atoi(argv[1]) : 400;
+    const int rounds = argc > 1 ? static_cast<int>(std::strtol(argv[1], nullptr, 10)) : 400;
     const fs::path program = fs::read_symlink("/proc/self/exe").parent_path() / "gw-agent";
     const fs::path state = program.parent_path().parent_path().parent_path() / "bench-state";
     fs::remove_all(state);

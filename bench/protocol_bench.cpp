@@ -21,7 +21,7 @@ DataReply row_of(int leaves)
 void encode_row(benchmark::State &state)
 {
     const DataReply row = row_of(30);
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(make_frame(Op::reply, 1, encode(row)));
 }
 BENCHMARK(encode_row);
@@ -29,7 +29,7 @@ BENCHMARK(encode_row);
 void decode_row(benchmark::State &state)
 {
     const std::string stream = make_frame(Op::reply, 1, encode(row_of(30)));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         Frame frame;
         std::size_t used = 0;
         DataReply row;
@@ -43,7 +43,7 @@ void value_text(benchmark::State &state)
 {
     Value address;
     from_text(ValueType::ipv4, "192.168.100.100", &address);
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(to_text(address));
 }
 BENCHMARK(value_text);

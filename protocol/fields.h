@@ -1,4 +1,6 @@
 // Private to protocol/: one list of fields per record serves writing and reading, so the two cannot drift apart.
+//
+// A source defines, per record, a template named fields() that names its members in order, and then GW_PROTOCOL_CODEC.
 #ifndef GW_PROTOCOL_FIELDS_H
 #define GW_PROTOCOL_FIELDS_H
 
@@ -14,7 +16,7 @@
 
 namespace proto {
 
-// A record or its const form: one function template per record, named fields(), takes either.
+// A record or its const form: one fields() takes either.
 template <typename R, typename Record>
 concept Is = std::same_as<std::remove_const_t<R>, Record>;
 
@@ -24,9 +26,6 @@ template <typename E> constexpr bool in_range(E e, E first, E last)
     return e >= first && e <= last;
 }
 
-template <typename T> constexpr bool is_vector = false;
-template <typename T> constexpr bool is_vector<std::vector<T>> = true;
-
 struct Put {
     Writer &w;
 };
@@ -35,67 +34,53 @@ struct Take {
     Reader &r;
 };
 
-template <typename... T> void io(Put &p, const T &...items);
-template <typename... T> void io(Take &t, T &...items);
+// ---- writing
 
-template <typename T> void put_item(Writer &w, const T &v)
+inline void put_item(Writer &w, const std::string &v)
 {
-    if constexpr (std::is_same_v<T, std::string>)
-        put_text(w, v);
-    else if constexpr (std::is_same_v<T, Value>)
-        put_value(w, v);
-    else if constexpr (std::is_same_v<T, TagValue>)
-        put_tag_value(w, v);
-    else if constexpr (std::is_same_v<T, KeyPath>)
-        put_keypath(w, v);
-    else if constexpr (is_vector<T>)
-        put_list(w, v, put_item<typename T::value_type>);
-    else if constexpr (std::is_enum_v<T>)
-        put_item(w, static_cast<std::underlying_type_t<T>>(v));
-    else if constexpr (std::is_class_v<T>) {
-        Put p{w};
-        fields(p, v);
-    } else if constexpr (sizeof(T) == 1)
-        put_u8(w, static_cast<std::uint8_t>(v));
-    else if constexpr (sizeof(T) == 2)
-        put_u16(w, static_cast<std::uint16_t>(v));
-    else if constexpr (sizeof(T) == 4)
-        put_u32(w, static_cast<std::uint32_t>(v));
-    else
-        put_u64(w, static_cast<std::uint64_t>(v));
+    put_text(w, v);
 }
 
-template <typename T> T take_item(Reader &r)
+inline void put_item(Writer &w, const Value &v)
 {
-    if constexpr (std::is_same_v<T, std::string>)
-        return get_text(r);
-    else if constexpr (std::is_same_v<T, Value>)
-        return get_value(r);
-    else if constexpr (std::is_same_v<T, TagValue>)
-        return get_tag_value(r);
-    else if constexpr (std::is_same_v<T, KeyPath>)
-        return get_keypath(r);
-    else if constexpr (is_vector<T>)
-        return get_list<typename T::value_type>(r, take_item<typename T::value_type>);
-    else if constexpr (std::is_enum_v<T>) {
-        const T v = static_cast<T>(take_item<std::underlying_type_t<T>>(r));
-        if (!known(v)) r.ok = false;
-        return v;
-    } else if constexpr (std::is_class_v<T>) {
-        T v;
-        Take t{r};
-        fields(t, v);
-        return v;
-    } else if constexpr (std::is_same_v<T, bool>)
-        return get_u8(r) != 0;
-    else if constexpr (sizeof(T) == 1)
-        return static_cast<T>(get_u8(r));
-    else if constexpr (sizeof(T) == 2)
-        return static_cast<T>(get_u16(r));
-    else if constexpr (sizeof(T) == 4)
-        return static_cast<T>(get_u32(r));
-    else
-        return static_cast<T>(get_u64(r));
+    put_value(w, v);
+}
+
+inline void put_item(Writer &w, const TagValue &v)
+{
+    put_tag_value(w, v);
+}
+
+inline void put_item(Writer &w, const KeyPath &v)
+{
+    put_keypath(w, v);
+}
+
+template <std::integral T> void put_item(Writer &w, T v)
+{
+    for (int shift = 8 * (static_cast<int>(sizeof v) - 1); shift >= 0; shift -= 8) {
+        put_u8(w, static_cast<std::uint8_t>(static_cast<std::uint64_t>(v) >> shift));
+    }
+}
+
+template <typename T>
+requires std::is_enum_v<T>
+void put_item(Writer &w, T v)
+{
+    put_item(w, static_cast<std::underlying_type_t<T>>(v));
+}
+
+template <typename T>
+requires std::is_class_v<T>
+void put_item(Writer &w, const T &record)
+{
+    Put p{w};
+    fields(p, record);
+}
+
+template <typename T> void put_item(Writer &w, const std::vector<T> &v)
+{
+    put_list(w, v, [](Writer &out, const T &item) { put_item(out, item); });
 }
 
 template <typename... T> void io(Put &p, const T &...items)
@@ -103,31 +88,106 @@ template <typename... T> void io(Put &p, const T &...items)
     (put_item(p.w, items), ...);
 }
 
+// ---- reading
+
+inline void take_item(Reader &r, std::string &v)
+{
+    v = get_text(r);
+}
+
+inline void take_item(Reader &r, Value &v)
+{
+    v = get_value(r);
+}
+
+inline void take_item(Reader &r, TagValue &v)
+{
+    v = get_tag_value(r);
+}
+
+inline void take_item(Reader &r, KeyPath &v)
+{
+    v = get_keypath(r);
+}
+
+inline void take_item(Reader &r, bool &v)
+{
+    v = get_u8(r) != 0;
+}
+
+template <std::integral T> void take_item(Reader &r, T &v)
+{
+    std::uint64_t bits = 0;
+    for (std::size_t i = 0; i < sizeof v; i++)
+        bits = bits << 8 | get_u8(r);
+    v = static_cast<T>(bits);
+}
+
+template <typename T>
+requires std::is_enum_v<T>
+void take_item(Reader &r, T &v)
+{
+    std::underlying_type_t<T> number{};
+    take_item(r, number);
+    v = static_cast<T>(number);
+    if (!known(v)) r.ok = false;
+}
+
+template <typename T>
+requires std::is_class_v<T>
+void take_item(Reader &r, T &record)
+{
+    Take t{r};
+    fields(t, record);
+}
+
+template <typename T> void take_item(Reader &r, std::vector<T> &v)
+{
+    v = get_list<T>(r, [](Reader &in) {
+        T item{};
+        take_item(in, item);
+        return item;
+    });
+}
+
 template <typename... T> void io(Take &t, T &...items)
 {
-    ((items = take_item<T>(t.r)), ...);
+    (take_item(t.r, items), ...);
 }
+
+// ---- records
 
 template <typename Io, Is<Pair> R> void fields(Io &f, R &r)
 {
     io(f, r.name, r.value);
 }
 
+template <typename Record> std::string encode_record(const Record &record)
+{
+    Writer w;
+    put_item(w, record);
+    return w;
+}
+
+template <typename Record> bool decode_record(std::string_view payload, Record *record)
+{
+    Reader r = make_reader(payload);
+    *record = Record{};
+    take_item(r, *record);
+    return at_end(r);
+}
+
 } // namespace proto
 
-// Defines encode() and decode() of a record whose fields() is visible.
+// Defines encode() and decode() of a record.
 #define GW_PROTOCOL_CODEC(Record)                                                                                      \
     std::string encode(const Record &record)                                                                           \
     {                                                                                                                  \
-        Writer w;                                                                                                      \
-        put_item(w, record);                                                                                           \
-        return w;                                                                                                      \
+        return encode_record(record);                                                                                  \
     }                                                                                                                  \
-    bool decode(std::string_view payload, Record *record)                                                              \
+    bool decode(std::string_view payload, Record *record) /* NOLINT(bugprone-macro-parentheses): a type's name */      \
     {                                                                                                                  \
-        Reader r = make_reader(payload);                                                                               \
-        *record = take_item<Record>(r);                                                                                \
-        return at_end(r);                                                                                              \
+        return decode_record(payload, record);                                                                         \
     }
 
 #endif
