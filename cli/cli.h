@@ -18,7 +18,7 @@ inline constexpr unsigned in_operation = 1; // modes, also as a mask in the comm
 inline constexpr unsigned in_configure = 2;
 
 struct Timeouts {
-    int read_ms = 30'000;
+    int read_ms = 35'000;    // the agent cuts a read short after 30 s and says so
     int commit_ms = 150'000; // handlers of a commit may be slow
 };
 

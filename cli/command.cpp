@@ -136,9 +136,10 @@ Lookup look_up(unsigned mode, const proto::Words &words)
 std::vector<std::string> next_words(const std::vector<const Command *> &matching, std::size_t at)
 {
     std::vector<std::string> words;
-    for (const Command *command : matching)
+    for (const Command *command : matching) {
         if (at < words_in(*command) && std::find(words.begin(), words.end(), command->name[at]) == words.end())
             words.emplace_back(command->name[at]);
+    }
     return words;
 }
 

@@ -37,11 +37,13 @@ void offer_path(Cli *cli, proto::Complete question, const proto::Words &args, Ca
     proto::Candidates answer;
     question.words.insert(question.words.end(), args.begin(), args.end());
     if (!ask_agent(cli, proto::Op::complete, proto::encode(question), &answer)) return;
-    for (const proto::Candidate &one : answer.list)
-        if (one.word.empty())
+    for (const proto::Candidate &one : answer.list) {
+        if (one.word.empty()) {
             list->push_back(one);
-        else
+        } else {
             offer(one.word, one.help, question.partial, list);
+        }
+    }
 }
 
 void offer_files(const std::string &partial, Candidates *list)
@@ -87,9 +89,10 @@ void offer_names(unsigned mode, const proto::Words &args, const std::string &par
     const std::size_t at = args.size();
     for (const std::string &word : next_words(found.matching, at)) {
         std::string help;
-        for (const Command *command : found.matching)
+        for (const Command *command : found.matching) {
             if (command->name[at] != nullptr && word == command->name[at])
                 help = help.empty() ? command->help : "..."; // several commands go on with it
+        }
         offer(word, help, partial, list);
     }
 }

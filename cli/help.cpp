@@ -14,10 +14,12 @@ constexpr std::size_t indent = 2;
 std::string options_of(unsigned mask)
 {
     std::string text;
-    for (const OptionRow &row : option_rows())
-        if ((row.bit & mask) != 0)
+    for (const OptionRow &row : option_rows()) {
+        if ((row.bit & mask) != 0) {
             text += std::string(" [") + row.name + (row.argument == nullptr ? "" : " ") +
                     (row.argument == nullptr ? "" : row.argument) + "]";
+        }
+    }
     return text;
 }
 
@@ -56,20 +58,23 @@ constexpr const char *closing =
 std::string command_list(unsigned mode, const proto::Words &words)
 {
     std::vector<Field> list;
-    for (const Command &command : commands())
-        if ((command.modes & mode) != 0 && begins_with(command, words))
+    for (const Command &command : commands()) {
+        if ((command.modes & mode) != 0 && begins_with(command, words)) {
             list.push_back(
                 {name_of(command) + (command.usage[0] == '\0' ? "" : " ") + command.usage + options_of(command.options),
                  command.help});
+        }
+    }
     return fields(list, indent);
 }
 
 std::string whole_help()
 {
     std::vector<Field> list;
-    for (const OptionRow &row : option_rows())
+    for (const OptionRow &row : option_rows()) {
         list.push_back(
             {std::string(row.name) + (row.argument == nullptr ? "" : std::string(" ") + row.argument), row.help});
+    }
     return std::string(opening) + "\nCommands:\n" + command_list(in_operation, {}) + "\nIn configuration mode:\n" +
            command_list(in_configure, {}) + "\nOptions:\n" + fields(list, indent) + "\n" + closing;
 }

@@ -42,8 +42,8 @@ bool open_link(Link *link, Problem *why);
 struct Question {
     proto::Op op = proto::Op::get;
     std::string payload;
-    std::string_view what;   // of messages: "show configuration"
-    int timeout_ms = 30'000; // for sending and for the answer
+    std::string_view what; // of messages: "show configuration"
+    int timeout_ms = 0;    // for sending and for the answer
 };
 
 // Sends and waits for the answer's payload. False with *why: refused, too large to send, no answer in time, interrupted

@@ -47,9 +47,10 @@ template <typename Number> bool take_number(std::string_view text, Number *out)
 bool keep_value(const OptionRow &row, std::string_view value, Options *options, std::string *why)
 {
     const bool ok = row.bit == opt_port ? take_number(value, &options->port) : take_number(value, &options->count);
-    if (!ok)
+    if (!ok) {
         *why = std::string(row.name) + " takes a number from 1" + (row.bit == opt_port ? " to 65535" : "") + ", not '" +
                std::string(value) + "'";
+    }
     return ok;
 }
 
@@ -84,12 +85,13 @@ bool take_options(const std::vector<Word> &words, std::size_t from, Options *opt
     bool ended = false;
     for (std::size_t i = from; i < words.size(); i++) {
         const Word &word = words[i];
-        if (ended || word.quoted || !word.text.starts_with("--"))
+        if (ended || word.quoted || !word.text.starts_with("--")) {
             rest->push_back(word.text);
-        else if (word.text == "--")
+        } else if (word.text == "--") {
             ended = true;
-        else if (!take_option(words, &i, options, why))
+        } else if (!take_option(words, &i, options, why)) {
             return false;
+        }
     }
     return true;
 }

@@ -73,10 +73,11 @@ std::string commit(const proto::CommitReply &reply, Verb verb, std::uint32_t)
 std::string rollbacks(const proto::Rollbacks &list)
 {
     std::vector<std::string> entries;
-    for (const proto::RollbackEntry &entry : list.entries)
+    for (const proto::RollbackEntry &entry : list.entries) {
         entries.push_back(
             json_object({json_member("number", std::to_string(entry.number)), json_txid(entry.txid),
                          json_text("time", utc_time(entry.time) + "Z"), json_text("comment", entry.comment)}));
+    }
     return line(json_object({json_member("rollbacks", json_array(entries))}));
 }
 

@@ -73,9 +73,10 @@ std::string rollbacks(const proto::Rollbacks &list)
 {
     if (list.entries.empty()) return "(none)\n";
     std::vector<Row> rows;
-    for (const proto::RollbackEntry &entry : list.entries)
+    for (const proto::RollbackEntry &entry : list.entries) {
         rows.push_back(
             {std::to_string(entry.number), std::to_string(entry.txid), local_time(entry.time), entry.comment});
+    }
     return grid(
         {
             {"Number",    true},

@@ -176,7 +176,7 @@ std::string prompt_text(const Cli &cli)
 
 int prompt_for_lines(Cli *cli, std::FILE *in)
 {
-    std::setlocale(LC_CTYPE, "");
+    if (std::setlocale(LC_CTYPE, "") == nullptr || MB_CUR_MAX == 1) std::setlocale(LC_CTYPE, "C.UTF-8");
     Terminal terminal;
     terminal.cli = cli;
     open_terminal(&terminal, in);

@@ -57,14 +57,15 @@ int run(Cli *cli, const std::vector<std::string> &arguments, std::FILE *in)
     cli->session.given = options.given & opt_json;
     if (has(options, opt_port)) cli->link.port = options.port;
     int status = exit_ok;
-    if (!understood)
+    if (!understood) {
         status = fail(*cli, usage_problem(why));
-    else if (has(options, opt_help))
+    } else if (has(options, opt_help)) {
         status = print_help(cli, words);
-    else if (has(options, opt_version))
+    } else if (has(options, opt_version)) {
         put(*cli, std::string("gwcli ") + GW_VERSION + "\n");
-    else
+    } else {
         status = run_command(cli, words, {options.given & ~(opt_json | opt_port), 0, options.count}, in);
+    }
     if (std::fflush(cli->out) != 0 || std::ferror(cli->out) != 0)
         status = fail(*cli, failed_problem("output", "the output could not be written"));
     return status;

@@ -25,10 +25,11 @@ int show_tree(Cli *cli, const Call &call, const proto::Get &get)
     const Yield yield = harvest(root);
     if (yield.values == 0 && !yield.marks.empty()) return fail(*cli, nothing_read(yield.marks));
     const Printer &printer = printer_of(*cli);
-    if (call.command->view != nullptr)
+    if (call.command->view != nullptr) {
         put(*cli, printer.view(*call.command->view, root, above));
-    else
+    } else {
         put(*cli, printer.tree(root, above, has(call.options, opt_set)));
+    }
     return exit_ok;
 }
 

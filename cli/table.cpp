@@ -58,9 +58,10 @@ std::string grid(const std::vector<Heading> &headings, const std::vector<Row> &r
             cells.back().push_back(cell(text));
     }
     std::vector<std::size_t> widths(headings.size());
-    for (const Row &row : cells)
+    for (const Row &row : cells) {
         for (std::size_t i = 0; i < widths.size(); i++)
             widths[i] = std::max(widths[i], display_width(row[i]));
+    }
     std::string out;
     for (const Row &row : cells)
         out += line_of(row, headings, widths);

@@ -15,9 +15,10 @@ constexpr std::size_t block_indent = 2;
 std::string entry_name(const Node &node)
 {
     std::string name(local_name(node));
-    if (is(node, NodeKind::entry))
+    if (is(node, NodeKind::entry)) {
         for (const std::string &key : keys_of(node))
             name += " " + key;
+    }
     return name;
 }
 
@@ -83,9 +84,10 @@ std::string section_text(const Section &section, const Node &root)
     if (entries.empty()) return {};
     if (section.layout == Layout::grid) return grid_text(section, entries);
     std::string out;
-    for (const Node *entry : entries)
+    for (const Node *entry : entries) {
         out += (out.empty() ? "" : "\n") + proto::printable(entry_name(*entry)) + "\n" +
                record_text(section, *entry, block_indent);
+    }
     return out;
 }
 

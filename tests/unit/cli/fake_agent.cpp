@@ -119,14 +119,9 @@ Ran run_gwcli(const FakeAgent &agent, const std::vector<std::string> &arguments,
     return ran;
 }
 
-proto::TreeNode open(const std::string &name)
+proto::TreeNode node(proto::NodeKind kind, const std::string &name, const std::string &text, proto::ValueType type)
 {
-    return {proto::NodeKind::container, false, false, proto::ValueType::noexists, name, ""};
-}
-
-proto::TreeNode entry(const std::string &name)
-{
-    return {proto::NodeKind::entry, false, false, proto::ValueType::noexists, name, ""};
+    return {kind, false, false, type, name, text};
 }
 
 proto::TreeNode key(const std::string &name, const std::string &text, proto::ValueType type)
@@ -134,27 +129,7 @@ proto::TreeNode key(const std::string &name, const std::string &text, proto::Val
     return {proto::NodeKind::leaf, true, false, type, name, text};
 }
 
-proto::TreeNode leaf(const std::string &name, const std::string &text, proto::ValueType type)
-{
-    return {proto::NodeKind::leaf, false, false, type, name, text};
-}
-
 proto::TreeNode by_default(const std::string &name, const std::string &text, proto::ValueType type)
 {
     return {proto::NodeKind::leaf, false, true, type, name, text};
-}
-
-proto::TreeNode item(const std::string &name, const std::string &text)
-{
-    return {proto::NodeKind::item, false, false, proto::ValueType::ipv4, name, text};
-}
-
-proto::TreeNode mark(const std::string &name, const std::string &text)
-{
-    return {proto::NodeKind::error_mark, false, false, proto::ValueType::noexists, name, text};
-}
-
-proto::TreeNode end()
-{
-    return {proto::NodeKind::end, false, false, proto::ValueType::noexists, "", ""};
 }

@@ -63,13 +63,20 @@ template <typename... Nodes> proto::Tree tree_of(const Nodes &...nodes)
 {
     return {{nodes...}};
 }
-proto::TreeNode open(const std::string &name);
-proto::TreeNode entry(const std::string &name);
+proto::TreeNode node(proto::NodeKind kind, const std::string &name = "", const std::string &text = "",
+                     proto::ValueType type = proto::ValueType::noexists);
 proto::TreeNode key(const std::string &name, const std::string &text, proto::ValueType type = proto::ValueType::buf);
-proto::TreeNode leaf(const std::string &name, const std::string &text, proto::ValueType type = proto::ValueType::buf);
 proto::TreeNode by_default(const std::string &name, const std::string &text, proto::ValueType type);
-proto::TreeNode item(const std::string &name, const std::string &text);
-proto::TreeNode mark(const std::string &name, const std::string &text);
-proto::TreeNode end();
+
+using Text = const std::string &;
+using proto::NodeKind;
+inline const auto in = [](Text name) { return node(NodeKind::container, name); };
+inline const auto entry = [](Text name) { return node(NodeKind::entry, name); };
+inline const auto leaf = [](Text name, Text text, proto::ValueType type = proto::ValueType::buf) {
+    return node(NodeKind::leaf, name, text, type);
+};
+inline const auto item = [](Text name, Text text) { return node(NodeKind::item, name, text, proto::ValueType::ipv4); };
+inline const auto mark = [](Text name, Text why) { return node(NodeKind::error_mark, name, why); };
+inline const auto end = [] { return node(NodeKind::end); };
 
 #endif

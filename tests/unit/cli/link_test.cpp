@@ -43,7 +43,7 @@ TEST(Link, TellsAnAgentThatDiesOrStaysSilentOrTalksNonsense)
     answer.payload = "x";
     EXPECT_EQ(run_gwcli(agent, {"show", "status"}),
               (Ran{1, "", "gwcli: show status: the agent's answer cannot be read\n"}));
-    answer = reply(proto::Tree{{open("a")}});
+    answer = reply(proto::Tree{{in("a")}});
     EXPECT_EQ(run_gwcli(agent, {"show", "configuration"}), (Ran{1, "", "gwcli: the agent's answer does not nest\n"}));
     answer = {};
     answer.after = std::string(9, '\xff');

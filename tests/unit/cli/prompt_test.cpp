@@ -93,10 +93,11 @@ Answer answer_as_gateway(proto::Op op, std::string_view payload)
         if (!commit.accepted.empty()) return reply(proto::CommitReply{proto::Outcome::done, 5, {}});
         return reply(proto::CommitReply{proto::Outcome::needs_acceptance, 0, {{"/a", "in use"}}});
     }
-    if (op == proto::Op::complete && proto::decode(payload, &question) && question.words.empty())
+    if (op == proto::Op::complete && proto::decode(payload, &question) && question.words.empty()) {
         return reply(proto::Candidates{
             {{"interface", "Ports"}, {"ip", "Network"}}
         });
+    }
     if (op == proto::Op::edit && proto::decode(payload, &edit) && edit.path.back() == "die")
         return {{}, {}, {}, {}, true};
     return {};

@@ -18,16 +18,15 @@ cli::Node planted(const proto::Tree &tree)
     return root;
 }
 
-const proto::Tree configuration =
-    tree_of(open("gw-system:interface"), entry("GigabitEthernet"), key("port", "0/0"), leaf("description", "LAN port"),
-            open("ip"), open("address"), open("v4"), leaf("ip", "10.1.1.1", ValueType::ipv4),
-            leaf("mask", "255.255.255.0", ValueType::ipv4), end(), end(), end(), end(), entry("Cellular"),
-            key("port", "1/0"), end(), end(), open("gw-system:ip"), open("dhcp"), open("pool"), open("lease"),
-            by_default("lease-days", "1", ValueType::uint16), end(), open("options"), entry("option"),
-            key("code", "6", ValueType::uint8), item("ip", "10.0.0.1"), item("ip", "10.0.0.2"), end(), end(), end(),
-            end(), end(), open("gw-snmp:snmp"), leaf("disable", "false", ValueType::boolean), open("trap"),
-            entry("target"), key("target-address", "10.0.0.9"), key("udp-port", "162", ValueType::uint16),
-            leaf("community", "a \"b\"\x1b"), end(), end(), end());
+const proto::Tree configuration = tree_of(
+    in("gw-system:interface"), entry("GigabitEthernet"), key("port", "0/0"), leaf("description", "LAN port"), in("ip"),
+    in("address"), in("v4"), leaf("ip", "10.1.1.1", ValueType::ipv4), leaf("mask", "255.255.255.0", ValueType::ipv4),
+    end(), end(), end(), end(), entry("Cellular"), key("port", "1/0"), end(), end(), in("gw-system:ip"), in("dhcp"),
+    in("pool"), in("lease"), by_default("lease-days", "1", ValueType::uint16), end(), in("options"), entry("option"),
+    key("code", "6", ValueType::uint8), item("ip", "10.0.0.1"), item("ip", "10.0.0.2"), end(), end(), end(), end(),
+    end(), in("gw-snmp:snmp"), leaf("disable", "false", ValueType::boolean), in("trap"), entry("target"),
+    key("target-address", "10.0.0.9"), key("udp-port", "162", ValueType::uint16), leaf("community", "a \"b\"\x1b"),
+    end(), end(), end());
 
 TEST(TreeText, IsIndentedAndItsLinesMakePaths)
 {
@@ -102,15 +101,15 @@ TEST(TreeJson, QuotesByTypeAndStaysValidWhateverTheTextIs)
 TEST(Trees, ThatDoNotNestAreRefused)
 {
     cli::Node root;
-    EXPECT_FALSE(cli::plant({{open("a")}}, &root));
+    EXPECT_FALSE(cli::plant({{in("a")}}, &root));
     EXPECT_FALSE(cli::plant({{end()}}, &root));
     EXPECT_FALSE(cli::plant(
         {
-            {open("a"), end(), end()}
+            {in("a"), end(), end()}
     },
         &root));
     proto::Tree deep;
-    deep.nodes.resize(100'000, open("a"));
+    deep.nodes.resize(100'000, in("a"));
     deep.nodes.resize(200'000, end());
     EXPECT_FALSE(cli::plant(deep, &root));
 }
@@ -136,7 +135,7 @@ TEST(Trees, OfASubtreeGetTheirPathBack)
 }
 
 const proto::Tree brief =
-    tree_of(open("gw-oper:interface-view"), open("brief"), entry("GigabitEthernet"), key("port", "0/0"),
+    tree_of(in("gw-oper:interface-view"), in("brief"), entry("GigabitEthernet"), key("port", "0/0"),
             leaf("ipv4-address", "10.1.1.1"), leaf("admin-state", "up"), mark("oper-state", "wrong type"),
             leaf("description", "Büro, "), end(), entry("GigabitEthernet"), key("port", "0/1"),
             leaf("ipv4-address", "192.168.100.100"), end(), mark("Cellular", "nobody serves it\n"), end(), end());
@@ -158,7 +157,7 @@ TEST(View, ShowsRowsAndWhatCouldNotBeRead)
 
 TEST(View, HasBlocksRecordsUnitsAndFormats)
 {
-    const proto::Tree detail = tree_of(open("gw-oper:interface-view"), open("detail"), entry("Cellular"),
+    const proto::Tree detail = tree_of(in("gw-oper:interface-view"), in("detail"), entry("Cellular"),
                                        key("port", "1/0"), leaf("speed", "100"), leaf("rx-bps", "8000"), end(),
                                        entry("Cellular"), key("port", "1/1"), leaf("role", "wan"), end(), end(), end());
     EXPECT_EQ(cli::view_text(cli::view_interface_detail, planted(detail)), "Cellular 1/0\n"
@@ -167,7 +166,7 @@ TEST(View, HasBlocksRecordsUnitsAndFormats)
                                                                            "\n"
                                                                            "Cellular 1/1\n"
                                                                            "  Role  wan\n");
-    const proto::Tree mib = tree_of(open("gw-oper:if-mib"), open("interfaces"), leaf("ifNumber", "1", ValueType::int32),
+    const proto::Tree mib = tree_of(in("gw-oper:if-mib"), in("interfaces"), leaf("ifNumber", "1", ValueType::int32),
                                     end(), entry("ifEntry"), key("ifIndex", "7", ValueType::int32),
                                     leaf("ifPhysAddress", "MDI6MTE6MjI6MzM6NDQ6NTU=", ValueType::binary),
                                     leaf("ifHCInOctets", "123456789012", ValueType::uint64), end(), end());

@@ -23,7 +23,7 @@ std::string joined(const proto::Words &words)
     return text;
 }
 
-const proto::Tree lan = tree_of(open("gw-system:interface"), entry("GigabitEthernet"), key("port", "0/0"),
+const proto::Tree lan = tree_of(in("gw-system:interface"), entry("GigabitEthernet"), key("port", "0/0"),
                                 leaf("description", "LAN"), end(), end());
 
 TEST(Show, AsksForWhatTheWordsSay)
@@ -53,16 +53,15 @@ TEST(Show, AsksForWhatTheWordsSay)
 
 TEST(Show, FailsOnlyWhenNothingCouldBeRead)
 {
-    proto::Tree tree =
-        tree_of(open("gw-oper:transceiver"), open("diagnostics"), mark("diagnostics", "nobody serves it"), end(),
-                mark("idprom", "nobody serves it"), end());
+    proto::Tree tree = tree_of(in("gw-oper:transceiver"), in("diagnostics"), mark("diagnostics", "nobody serves it"),
+                               end(), mark("idprom", "nobody serves it"), end());
     const FakeAgent agent([&tree](proto::Op, std::string_view) { return reply(tree); });
     EXPECT_EQ(run_gwcli(agent, {"show", "transceiver"}),
               (Ran{1, "", "gwcli: /transceiver/diagnostics: nobody serves it (and 1 more could not be read)\n"}));
     EXPECT_EQ(run_gwcli(agent, {"show", "transceiver", "--json"}).out,
               "{\"error\":{\"code\":\"unreadable\",\"path\":\"/transceiver/diagnostics\",\"text\":\"nobody serves it "
               "(and 1 more could not be read)\"}}\n");
-    tree.nodes[4] = open("idprom");
+    tree.nodes[4] = in("idprom");
     tree.nodes.insert(tree.nodes.begin() + 5, {leaf("vendor-name", "ACME  "), end()});
     EXPECT_EQ(run_gwcli(agent, {"show", "transceiver"}),
               (Ran{0, "Identification\nVendor  ACME\n! /transceiver/diagnostics: nobody serves it\n", ""}));
@@ -74,10 +73,11 @@ TEST(Show, ListsStatusRollbacksAndChanges)
 {
     setenv("TZ", "UTC", 1);
     const FakeAgent agent([](proto::Op op, std::string_view) {
-        if (op == proto::Op::status)
+        if (op == proto::Op::status) {
             return reply(proto::Pairs{
                 {{"version", "0.1"}, {"peer 1", "client\x1b[2J"}}
             });
+        }
         if (op == proto::Op::rollbacks) return reply(proto::Rollbacks{{{1, 17, 1795380077, "before the move"}}});
         return reply(proto::Diff{
             {{'+', "/a/l{1}", "", ""}, {'~', "/a/m", "1", "2"}, {'-', "/a/n", "x", ""}}
@@ -203,6 +203,7 @@ TEST(Script, RunsBothModesAndSaysInWhichLineItEnded)
     EXPECT_EQ(gateway.log, "set a|1\ncommit 0  0\n28\n");
     EXPECT_EQ(run_gwcli(agent, {"configure"}, "set a \"b\nset c d\n"),
               (Ran{2, "", "gwcli: line 1: a quote is left open; close it with \"\n"}));
+    EXPECT_EQ(run_gwcli(agent, {}, "watch \\").err, "gwcli: line 1: the line ends in a backslash\n");
     EXPECT_EQ(run_gwcli(agent, {}, "show status --port 3\n").err,
               "gwcli: line 1: 'show status' takes no option --port\n");
 }
