@@ -31,15 +31,15 @@ bool answer_frame(FakeAgent *agent, int fd, const proto::Frame &frame)
 
 void serve(FakeAgent *agent, int fd)
 {
-    std::string in;
+    std::string bytes;
     char buffer[65536];
     for (ssize_t got = 0; (got = recv(fd, buffer, sizeof buffer, 0)) > 0;) {
-        in.append(buffer, static_cast<std::size_t>(got));
+        bytes.append(buffer, static_cast<std::size_t>(got));
         proto::Frame frame;
         std::size_t used = 0;
-        while (proto::next_frame(in, &frame, &used) == proto::Parse::complete) {
+        while (proto::next_frame(bytes, &frame, &used) == proto::Parse::complete) {
             if (!answer_frame(agent, fd, frame)) return;
-            in.erase(0, used);
+            bytes.erase(0, used);
         }
     }
 }
@@ -99,19 +99,19 @@ Ran run_gwcli(const FakeAgent &agent, const std::vector<std::string> &arguments,
     char *err = nullptr;
     std::size_t out_size = 0;
     std::size_t err_size = 0;
-    std::FILE *in = std::tmpfile();
-    std::fputs(input.c_str(), in);
-    std::rewind(in);
+    std::FILE *file = std::tmpfile();
+    std::fputs(input.c_str(), file);
+    std::rewind(file);
     cli::Cli session;
     session.out = open_memstream(&out, &out_size);
     session.err = open_memstream(&err, &err_size);
     session.link.port = agent.port;
     session.timeouts = {300, 600};
     Ran ran;
-    ran.status = cli::run(&session, arguments, in);
+    ran.status = cli::run(&session, arguments, file);
     std::fclose(session.out);
     std::fclose(session.err);
-    std::fclose(in);
+    std::fclose(file);
     ran.out.assign(out, out_size);
     ran.err.assign(err, err_size);
     std::free(out);
