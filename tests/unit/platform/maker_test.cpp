@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -39,6 +40,17 @@ TEST(ExecuteOutput, KeepsWhatFitsAndSaysHowItEnded)
         EXPECT_STREQ(output, row.output) << row.command;
     }
     EXPECT_NE(zel_execute_output("true", nullptr, 0), 0);
+}
+
+TEST(ExecuteOutput, LeavesTheCallersOtherChildrenAlone)
+{
+    const pid_t other = fork();
+    if (other == 0) _exit(9);
+    char output[16];
+    int status = 0;
+    EXPECT_EQ(zel_execute_output("sleep 0.1", output, sizeof output), 0);
+    EXPECT_EQ(waitpid(other, &status, 0), other);
+    EXPECT_EQ(WEXITSTATUS(status), 9);
 }
 
 // As the daemon does on SIGCHLD, only far more often.
