@@ -102,7 +102,8 @@ class KillTest(unittest.TestCase):
                        'echo "$*" >>/tmp/ip_session.log')
         self.gw.commit(*SET_NEW)
         self.gw.daemon.wait()
-        SCRIPT_LOG.unlink(missing_ok=True)
+        wait_for('the end of the script that outlived it', self.gw.script_calls)
+        SCRIPT_LOG.unlink()
         self.gw.start_daemon()
         self.expect(True)
 
