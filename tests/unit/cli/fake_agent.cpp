@@ -23,7 +23,9 @@ bool answer_frame(FakeAgent *agent, int fd, const proto::Frame &frame)
                                        proto::encode(proto::HelloReply{agent->version, "test"})));
         return true;
     }
+    agent->lock.lock();
     const Answer answer = agent->script(frame.op, frame.payload);
+    agent->lock.unlock();
     if (!answer.silent && !answer.hang_up)
         send_all(fd, proto::make_frame(answer.op, frame.id, answer.payload) + answer.after);
     return !answer.hang_up;
@@ -108,7 +110,9 @@ Ran run_gwcli(const FakeAgent &agent, const std::vector<std::string> &arguments,
     session.link.port = agent.port;
     session.timeouts = {300, 600};
     Ran ran;
+    std::unique_lock(agent.lock).unlock(); // what the test wrote is for the script to read, and the other way round
     ran.status = cli::run(&session, arguments, file);
+    std::unique_lock(agent.lock).unlock();
     std::fclose(session.out);
     std::fclose(session.err);
     std::fclose(file);

@@ -37,7 +37,8 @@ struct FakeAgent {
     FakeAgent(const FakeAgent &) = delete;
     FakeAgent &operator=(const FakeAgent &) = delete;
 
-    Script script;
+    Script script; // runs with the lock held, which run_gwcli() takes before and after
+    mutable std::mutex lock;
     int listener = -1;
     std::uint16_t port = 0;
     std::atomic<std::uint16_t> version = proto::version; // said in the answer to the hello
