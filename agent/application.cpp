@@ -45,7 +45,8 @@ bool may_own(const Agent &agent, const std::string &app, model::PointKind kind, 
     }
     for (const auto &[name, other] : agent.applications) {
         if (name == app || other.peer == 0 || !owns(other, kind, point)) continue;
-        *error = {proto::ErrorCode::in_use, "", "the point " + point + " belongs to " + name};
+        *error = {proto::ErrorCode::in_use, "", name};
+        error->text.append(" owns the point ").append(point);
         return false;
     }
     return true;

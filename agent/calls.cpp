@@ -19,9 +19,9 @@ void finish(Agent &agent, std::uint32_t id, const Answer &answer)
 void call_peer(Agent &agent, PeerId peer, proto::Op op, std::string_view payload, std::chrono::seconds limit,
                Continue then)
 {
-    do
+    do {
         agent.calls.last_id++;
-    while (agent.calls.last_id == 0 || agent.calls.pending.contains(agent.calls.last_id));
+    } while (agent.calls.last_id == 0 || agent.calls.pending.contains(agent.calls.last_id));
     const std::uint32_t id = agent.calls.last_id;
     Call &call = agent.calls.pending[id];
     call.peer = peer;
@@ -45,10 +45,11 @@ void take_answer(Agent &agent, PeerId from, const proto::Frame &frame)
     if (it == agent.calls.pending.end() || it->second.peer != from) return;
     Answer answer;
     answer.ok = frame.op == proto::Op::reply;
-    if (answer.ok)
+    if (answer.ok) {
         answer.payload = frame.payload;
-    else if (!proto::decode(frame.payload, &answer.error))
+    } else if (!proto::decode(frame.payload, &answer.error)) {
         answer.error = {proto::ErrorCode::malformed, "", "the answer cannot be read"};
+    }
     finish(agent, frame.id, answer);
 }
 

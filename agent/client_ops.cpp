@@ -12,6 +12,7 @@ namespace agent {
 namespace {
 
 constexpr std::uint32_t longest_confirmation = 24 * 60 * 60; // seconds
+constexpr std::size_t max_comment = 200;
 
 bool is_config(const lysc_node *node)
 {
@@ -33,12 +34,13 @@ bool has_position(const model::Target &target)
                        [](const model::Step &step) { return step.position >= 0; });
 }
 
-void answer_tree(Agent &agent, Request request, const model::Target &target, proto::Tree tree)
+void answer_tree(Agent &agent, Request request, const model::Target &target, const proto::Tree &tree)
 {
-    if (tree.nodes.empty() && is_single(target))
+    if (tree.nodes.empty() && is_single(target)) {
         refuse(agent, request, proto::Error{proto::ErrorCode::not_exists, model::keypath_of(target), "not set"});
-    else
+    } else {
         answer(agent, request, proto::encode(tree));
+    }
 }
 
 void get_config(Agent &agent, Request request, const proto::Get &record, const model::Target &target)
@@ -48,10 +50,11 @@ void get_config(Agent &agent, Request request, const proto::Get &record, const m
     if (record.source == proto::Source::candidate) refresh_candidate(agent, session, &contradiction);
     const lyd_node *tree =
         record.source == proto::Source::candidate ? session.candidate.get() : agent.store.running.tree.get();
-    if (target.steps.empty())
+    if (target.steps.empty()) {
         answer_tree(agent, request, target, model::to_tree(tree, record.with_defaults));
-    else
+    } else {
         answer_tree(agent, request, target, model::to_tree(model::find_all(tree, target), record.with_defaults));
+    }
 }
 
 // The candidate, made or moved onto the running configuration. Contradictions with it come up at the commit only, so
@@ -65,12 +68,52 @@ model::Tree &candidate_of(Agent &agent, Request request)
     return session.candidate;
 }
 
+// The entries of a list as a tree that holds nothing but their keys.
+model::Tree keys_only(const Agent &agent, const model::Target &list, const Nodes &nodes)
+{
+    model::Tree tree = model::duplicate(agent.oper.tree.get());
+    model::Target entry = list;
+    std::string error;
+    for (const proto::TreeNode &node : nodes) {
+        std::vector<std::string> &keys = entry.steps.back().keys;
+        if (node.kind == proto::NodeKind::entry) keys.clear();
+        if (!node.is_key) continue;
+        keys.push_back(node.text);
+        if (keys.size() == model::keys_of_list(model::schema_of(list)).size())
+            model::store(*agent.models, &tree, entry, "", &error);
+    }
+    return tree;
+}
+
+// The entries of a served list are asked for where their keys come next.
+void complete_operational(Agent &agent, Request request, proto::Complete record)
+{
+    model::Target target;
+    proto::Error error;
+    std::string value;
+    bool has_value = false;
+    const bool resolved = model::resolve_words(*agent.models, record.words, false, &target, &value, &has_value, &error);
+    const lysc_node *schema = resolved ? model::schema_of(target) : nullptr;
+    const bool keys_next = schema != nullptr && schema->nodetype == LYS_LIST && (schema->flags & LYS_CONFIG_R) != 0 &&
+                           target.steps.back().keys.empty() && !has_position(target);
+    const auto finish = [&agent, request, record = std::move(record), target, keys_next](const Nodes &nodes) {
+        const model::Tree tree = keys_next ? keys_only(agent, target, nodes) : model::duplicate(agent.oper.tree.get());
+        answer(agent, request, proto::encode(model::complete(*agent.models, tree.get(), record)));
+    };
+    if (keys_next) {
+        read_operational(agent, target, finish);
+    } else {
+        finish({});
+    }
+}
+
 void answer_edit(Agent &agent, Request request, bool done, const proto::Error &error)
 {
-    if (done)
+    if (done) {
         answer(agent, request);
-    else
+    } else {
         refuse(agent, request, error);
+    }
 }
 
 } // namespace
@@ -155,10 +198,12 @@ void on_commit(Agent &agent, Request request, std::string_view payload)
 {
     proto::Commit record;
     if (!take(agent, request, payload, &record)) return;
-    if (record.confirm_seconds > longest_confirmation)
+    record.comment = proto::printable(record.comment).substr(0, max_comment);
+    if (record.confirm_seconds > longest_confirmation) {
         refuse(agent, request, proto::ErrorCode::bad_value, "a confirmation can be awaited for 1..86400 seconds");
-    else
+    } else {
         queue_commit(agent, request, std::move(record), false);
+    }
 }
 
 void on_confirm(Agent &agent, Request request, std::string_view /*payload*/)
@@ -206,6 +251,10 @@ void on_complete(Agent &agent, Request request, std::string_view payload)
 {
     proto::Complete record;
     if (!take(agent, request, payload, &record)) return;
+    if (record.source == proto::Source::operational) {
+        complete_operational(agent, request, std::move(record));
+        return;
+    }
     const lyd_node *tree = agent.store.running.tree.get();
     proto::Error contradiction;
     Session &session = agent.sessions.at(request.peer);
@@ -213,7 +262,6 @@ void on_complete(Agent &agent, Request request, std::string_view payload)
         refresh_candidate(agent, session, &contradiction);
         tree = session.candidate.get();
     }
-    if (record.source == proto::Source::operational) tree = agent.oper.tree.get();
     answer(agent, request, proto::encode(model::complete(*agent.models, tree, record)));
 }
 
@@ -235,15 +283,16 @@ void on_action(Agent &agent, Request request, std::string_view payload)
     call_peer(agent, owner, proto::Op::call_action, proto::encode(call), delivery_limit,
               [&agent, request](const Answer &reply) {
                   proto::Status status;
-                  if (!reply.ok)
+                  if (!reply.ok) {
                       refuse(agent, request, reply.error);
-                  else if (!proto::decode(reply.payload, &status))
+                  } else if (!proto::decode(reply.payload, &status)) {
                       refuse(agent, request, proto::ErrorCode::failed, "the application's answer cannot be read");
-                  else if (status.status != 0)
+                  } else if (status.status != 0) {
                       refuse(agent, request, proto::ErrorCode::failed,
                              status.text.empty() ? "the action failed" : proto::printable(status.text));
-                  else
+                  } else {
                       answer(agent, request);
+                  }
               });
 }
 

@@ -69,10 +69,11 @@ void settle_session(Agent &agent, const CommitJob &job)
 {
     const auto it = agent.sessions.find(job.request.peer);
     if (job.restore != 0 || it == agent.sessions.end()) return;
-    if (it->second.edits == job.edits)
+    if (it->second.edits == job.edits) {
         drop_candidate(it->second);
-    else
+    } else {
         it->second.base = agent.store.running.tree;
+    }
 }
 
 void apply(Agent &agent)
@@ -108,12 +109,13 @@ void points_asked(Agent &agent)
         const std::vector<proto::Remark> &yes = job.options.accepted;
         return std::find(yes.begin(), yes.end(), warning) == yes.end();
     });
-    if (open != job.warnings.end())
+    if (open != job.warnings.end()) {
         answer_job(agent, proto::Outcome::needs_acceptance, std::move(job.warnings));
-    else if (job.validate_only)
+    } else if (job.validate_only) {
         answer_job(agent, proto::Outcome::done, std::move(job.warnings));
-    else
+    } else {
         apply(agent);
+    }
 }
 
 void ask_next(Agent &agent);

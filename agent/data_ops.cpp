@@ -85,14 +85,15 @@ void on_cdb_get(Agent &agent, Request request, std::string_view payload)
     if (data == nullptr) return;
     const lysc_node *schema = model::schema_of(target);
     const std::vector<const lyd_node *> found = model::find_all(tree_of(agent, *data), target);
-    if (schema == nullptr || (schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) == 0)
+    if (schema == nullptr || (schema->nodetype & (LYS_LEAF | LYS_LEAFLIST)) == 0) {
         refuse(agent, request, proto::Error{proto::ErrorCode::bad_path, record.path, "no leaf"});
-    else if (found.empty())
+    } else if (found.empty()) {
         refuse_absent(agent, request, record.path);
-    else if (schema->nodetype == LYS_LEAFLIST && target.steps.back().keys.empty())
+    } else if (schema->nodetype == LYS_LEAFLIST && target.steps.back().keys.empty()) {
         answer(agent, request, proto::encode(proto::CdbValue{model::to_list_value(found.front(), schema)}));
-    else
+    } else {
         answer(agent, request, proto::encode(proto::CdbValue{model::to_value(found.front())}));
+    }
 }
 
 void on_cdb_case(Agent &agent, Request request, std::string_view payload)

@@ -60,10 +60,11 @@ void read_history(Datastore &store, std::uint64_t running)
         if (!is_version(name)) continue;
         Document document;
         std::string why;
-        if (running != 0 && number_in(name) > running)
+        if (running != 0 && number_in(name) > running) {
             remove_file(store.dir, name);
-        else if (number_in(name) != running && read_document(store.dir, name, &document, &why) == Found::whole)
+        } else if (number_in(name) != running && read_document(store.dir, name, &document, &why) == Found::whole) {
             store.history.push_back(document.stamp);
+        }
     }
     std::sort(store.history.begin(), store.history.end(),
               [](const Stamp &a, const Stamp &b) { return a.txid > b.txid; });

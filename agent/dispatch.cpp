@@ -83,12 +83,13 @@ void frame_came(Agent &agent, PeerId peer, const proto::Frame &frame)
     session.waiting++;
     const Row *row = std::find_if(std::begin(operations), std::end(operations),
                                   [&frame](const Row &candidate) { return candidate.op == frame.op; });
-    if (row == std::end(operations) || (row->roles & bit(session.role)) == 0)
+    if (row == std::end(operations) || (row->roles & bit(session.role)) == 0) {
         refuse(agent, request, proto::ErrorCode::unknown_op, "this connection may not use that operation");
-    else if (session.waiting > max_waiting)
+    } else if (session.waiting > max_waiting) {
         refuse(agent, request, proto::ErrorCode::in_use, "too many requests of this connection are waiting");
-    else
+    } else {
         row->run(agent, request, frame.payload);
+    }
 }
 
 void peer_gone(Agent &agent, PeerId peer)

@@ -51,10 +51,11 @@ void notification_came(Agent &agent, const proto::Notify &record)
 {
     proto::Event event = make_event(proto::watch_notifications, "");
     std::string error;
-    if (!model::notification_text(*agent.models, record.values, &event.name, &event.pairs, &error))
+    if (!model::notification_text(*agent.models, record.values, &event.name, &event.pairs, &error)) {
         log(LOG_WARNING, "a notification is dropped: %s", error.c_str());
-    else
+    } else {
         tell(agent, event);
+    }
 }
 
 void trap_came(Agent &agent, const proto::Trap &record)

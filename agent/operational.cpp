@@ -28,10 +28,11 @@ Nodes joined(const Read &read)
         for (const proto::TreeNode &node : piece) {
             const bool is_empty = node.kind == proto::NodeKind::end && !all.empty() &&
                                   all.back().kind == proto::NodeKind::container && !(read.keep_root && all.size() == 1);
-            if (is_empty)
+            if (is_empty) {
                 all.pop_back();
-            else
+            } else {
                 all.push_back(node);
+            }
         }
     }
     return all;

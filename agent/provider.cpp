@@ -51,14 +51,15 @@ void send(const Fetch &fetch, DataCall which, proto::KeyPath path, std::int64_t 
     call_peer(fetch.agent, fetch.peer, proto::Op::call_data, proto::encode(call), provider_limit,
               [then = std::move(then)](const Answer &reply) {
                   proto::DataReply data;
-                  if (!reply.ok)
+                  if (!reply.ok) {
                       then(data, reply.error.text);
-                  else if (!proto::decode(reply.payload, &data))
+                  } else if (!proto::decode(reply.payload, &data)) {
                       then(data, "the provider's answer cannot be read");
-                  else if (data.kind == DataKind::failed)
+                  } else if (data.kind == DataKind::failed) {
                       then(data, data.text.empty() ? "the provider reported failure" : proto::printable(data.text));
-                  else
+                  } else {
                       then(data, "");
+                  }
               });
 }
 
@@ -104,12 +105,13 @@ void read_leaves(const FetchPtr &fetch, const Keys &keys, WithRow then)
     for (const lysc_node *leaf : leaves) {
         send(*fetch, DataCall::get_elem, path_to(*fetch, leaf, keys), -1, {},
              [fetch, row, open, when_all, leaf](const proto::DataReply &reply, const std::string &failure) {
-                 if (!failure.empty())
+                 if (!failure.empty()) {
                      row->cells[leaf] = {true, {failure}};
-                 else if (reply.kind == DataKind::value)
+                 } else if (reply.kind == DataKind::value) {
                      row->cells[leaf] = cell_of(leaf, reply.value);
-                 else if (reply.kind != DataKind::not_found)
+                 } else if (reply.kind != DataKind::not_found) {
                      row->cells[leaf] = {true, {"the provider answered with something else"}};
+                 }
                  if (--*open == 0) (*when_all)(*row, !row->cells.empty());
              });
     }
@@ -134,12 +136,13 @@ void read_object(const FetchPtr &fetch, const Keys &keys, WithRow then)
 void read_row(const FetchPtr &fetch, const Keys &keys, WithRow then)
 {
     const bool one_leaf = fetch->wanted.only != nullptr && fetch->wanted.only->nodetype != LYS_CONTAINER;
-    if (can(*fetch, DataCall::get_object) && !(one_leaf && can(*fetch, DataCall::get_elem)))
+    if (can(*fetch, DataCall::get_object) && !(one_leaf && can(*fetch, DataCall::get_elem))) {
         read_object(fetch, keys, std::move(then));
-    else if (can(*fetch, DataCall::get_elem))
+    } else if (can(*fetch, DataCall::get_elem)) {
         read_leaves(fetch, keys, std::move(then));
-    else
+    } else {
         then({{}, {error_mark(fetch->wanted.row->name, "the provider cannot be asked for one entry")}}, true);
+    }
 }
 
 void write_entry(Fetch &fetch, const std::vector<std::string> &key_texts, const RowCells &row)
@@ -233,14 +236,15 @@ void walk_keys(const FetchPtr &fetch, std::int64_t next)
              const bool ended = (reply.kind == DataKind::next_key && reply.keys.empty()) ||
                                 (reply.kind == DataKind::next_object && reply.values.empty()) ||
                                 reply.kind == DataKind::not_found;
-             if (!failure.empty())
+             if (!failure.empty()) {
                  finish_failed(fetch, failure);
-             else if (ended)
+             } else if (ended) {
                  finish(fetch);
-             else if (reply.kind != DataKind::next_key)
+             } else if (reply.kind != DataKind::next_key) {
                  finish_failed(fetch, "the provider answered with something else");
-             else
+             } else {
                  got_key(fetch, reply);
+             }
          });
 }
 
@@ -271,14 +275,14 @@ void got_object(const FetchPtr &fetch, const proto::DataReply &reply)
     const bool single = !fetch->wanted.key_texts.empty();
     const bool wanted = is_wanted(*fetch, texts);
     if (wanted) write_entry(*fetch, texts, cells_of(*fetch->agent.models, fetch->wanted.row, reply.values));
-    if (wanted && single)
-        finish(fetch);
-    else if (reply.next >= 0)
+    const bool more = !(wanted && single);
+    if (more && reply.next >= 0) {
         walk_objects(fetch, DataCall::get_next_object, reply.next, {});
-    else if (can(*fetch, DataCall::find_next_object))
+    } else if (more && can(*fetch, DataCall::find_next_object)) {
         walk_objects(fetch, DataCall::find_next_object, -1, keys);
-    else
+    } else {
         finish(fetch);
+    }
 }
 
 void walk_objects(const FetchPtr &fetch, DataCall which, std::int64_t next, const Keys &after)
@@ -287,14 +291,15 @@ void walk_objects(const FetchPtr &fetch, DataCall which, std::int64_t next, cons
          [fetch](const proto::DataReply &reply, const std::string &failure) {
              const bool ended =
                  reply.kind == DataKind::not_found || (reply.kind == DataKind::next_object && reply.values.empty());
-             if (!failure.empty())
+             if (!failure.empty()) {
                  finish_failed(fetch, failure);
-             else if (ended)
+             } else if (ended) {
                  finish(fetch);
-             else if (reply.kind != DataKind::next_object)
+             } else if (reply.kind != DataKind::next_object) {
                  finish_failed(fetch, "the provider answered with something else");
-             else
+             } else {
                  got_object(fetch, reply);
+             }
          });
 }
 
@@ -302,10 +307,11 @@ void read_container(const FetchPtr &fetch)
 {
     read_row(fetch, {}, [fetch](const RowCells &row, bool) {
         const model::Models &models = *fetch->agent.models;
-        if (fetch->wanted.only != nullptr)
+        if (fetch->wanted.only != nullptr) {
             write_node(models, fetch->wanted.only, row, &fetch->out);
-        else
+        } else {
             write_children(models, fetch->wanted.row, row, &fetch->out);
+        }
         fetch->out.insert(fetch->out.end(), row.marks.begin(), row.marks.end());
         finish(fetch);
     });

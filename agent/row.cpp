@@ -76,12 +76,13 @@ RowCells cells_of(const model::Models &models, const lysc_node *row, const std::
         }
         const lysc_node *node = model::child_of_tag(models, open.back(), pair.tag);
         const bool opens = pair.value.type == proto::ValueType::xmlbegin;
-        if (node == nullptr || opens == is_leaf(node))
+        if (node == nullptr || opens == is_leaf(node)) {
             result.marks.push_back(error_mark(row->name, "the provider sent the unknown tag " + hex(pair.tag)));
-        else if (opens)
+        } else if (opens) {
             open.push_back(node);
-        else
+        } else {
             result.cells[node] = cell_of(node, pair.value);
+        }
     }
     return result;
 }

@@ -135,12 +135,13 @@ void greet(Connection &c, const proto::Frame &frame)
 
 void take_frame(Connection &c, const proto::Frame &frame)
 {
-    if (!c.greeted)
+    if (!c.greeted) {
         greet(c, frame);
-    else if (frame.op == proto::Op::hello)
+    } else if (frame.op == proto::Op::hello) {
         end(c, "a second hello");
-    else
+    } else {
         c.server->events.frame(c.info.id, frame);
+    }
 }
 
 // Bytes of the first frame in the buffer, 0 while its length field is incomplete.

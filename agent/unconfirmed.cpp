@@ -65,10 +65,11 @@ void confirm_commit(Agent &agent, Request request)
 
 void abort_commit(Agent &agent, Request request)
 {
-    if (agent.commits.unconfirmed.txid == 0)
+    if (agent.commits.unconfirmed.txid == 0) {
         refuse(agent, request, proto::ErrorCode::not_exists, no_confirmed);
-    else
+    } else {
         go_back(agent, request, "was taken back");
+    }
 }
 
 void resume_unconfirmed(Agent &agent)

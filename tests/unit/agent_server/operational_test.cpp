@@ -11,7 +11,6 @@ using namespace test;
 using proto::DataCall;
 using proto::DataKind;
 using proto::DataReply;
-using proto::ErrorCode;
 using proto::NodeKind;
 using proto::Op;
 using proto::ValueType;
@@ -59,7 +58,7 @@ struct OperationalTest : testing::Test {
         connect(client, agent, proto::Role::client);
     }
 
-    void provide(std::function<DataReply(const proto::CallData &)> provider)
+    void provide(const std::function<DataReply(const proto::CallData &)> &provider)
     {
         app.provider = [this, provider](const proto::CallData &call) {
             calls.push_back(call.call);
@@ -76,12 +75,13 @@ struct OperationalTest : testing::Test {
         if (message.op != Op::reply) return "error";
         std::string out;
         for (const proto::TreeNode &node : ask_tree(message)) {
-            if (node.kind == NodeKind::end)
+            if (node.kind == NodeKind::end) {
                 out += ") ";
-            else if (node.kind == NodeKind::leaf)
+            } else if (node.kind == NodeKind::leaf) {
                 out += (node.is_key ? "*" : "") + node.name + "=" + node.text + " ";
-            else
+            } else {
                 out += (node.kind == NodeKind::error_mark ? "!" + node.name + " " : node.name + "(");
+            }
         }
         return out;
     }
@@ -106,6 +106,10 @@ TEST_F(OperationalTest, AnObjectListGoesOnWithFindNextWhereNextIsMinusOne)
               "ifEntry(*ifIndex=1 ifName=port\\x01 ifMtu=1500 ) ifEntry(*ifIndex=2 ifName=port\\x01 ifMtu=1500 ) ");
     EXPECT_EQ(calls, (std::vector<DataCall>{DataCall::get_next_object, DataCall::find_next_object,
                                             DataCall::find_next_object}));
+    const proto::Complete complete{proto::Source::operational, true, words("if-mib ifEntry"), ""};
+    const auto keys = ask_for<proto::Candidates>(client, Op::complete, proto::encode(complete), &app).list;
+    ASSERT_GE(keys.size(), 2U) << "keys are completed from what the provider has";
+    EXPECT_EQ(keys[1].word, "2");
     provide([](const proto::CallData &call) {
         EXPECT_EQ(call.path.at(0).keys.at(0), proto::make_number(ValueType::int32, 2));
         DataReply reply = if_row(2);

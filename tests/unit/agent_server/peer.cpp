@@ -125,10 +125,11 @@ void wait_input(std::vector<pollfd> fds, int ms, std::vector<bool> *ready)
 void fail_with(const Message &message)
 {
     proto::Error error;
-    if (message.op == proto::Op::error && proto::decode(message.payload, &error))
+    if (message.op == proto::Op::error && proto::decode(message.payload, &error)) {
         ADD_FAILURE() << "refused: " << error.path << ": " << error.text;
-    else
+    } else {
         ADD_FAILURE() << "no usable reply: operation " << static_cast<int>(message.op);
+    }
 }
 
 AgentProcess::AgentProcess() : port(free_port())
@@ -356,7 +357,7 @@ void edit(Peer &client, const std::string &line, bool remove)
     if (message.op != proto::Op::reply) fail_with(message);
 }
 
-proto::CommitReply commit(Peer &client, Application *app, proto::Commit record)
+proto::CommitReply commit(Peer &client, Application *app, const proto::Commit &record)
 {
     return ask_for<proto::CommitReply>(client, proto::Op::commit, proto::encode(record), app);
 }

@@ -90,7 +90,7 @@ proto::Register tarvod_record(std::uint64_t instance); // all rows, points and c
 
 proto::Words words(const std::string &line); // split at blanks; a keypath stays whole
 void edit(Peer &client, const std::string &line, bool remove = false);
-proto::CommitReply commit(Peer &client, Application *app = nullptr, proto::Commit record = {});
+proto::CommitReply commit(Peer &client, Application *app = nullptr, const proto::Commit &record = {});
 std::string value_of(Peer &client, const std::string &line, proto::Source source = proto::Source::running);
 
 template <typename Reply> Reply ask_for(Peer &peer, proto::Op op, const std::string &payload, Application *app)
