@@ -55,9 +55,8 @@ Wait wait_for(int fd, short events, int timeout_ms)
         pollfd one{fd, events, 0};
         const timespec limit{timeout_ms / 1000, (timeout_ms % 1000) * 1'000'000L};
         const int count = ppoll(&one, 1, timeout_ms < 0 ? nullptr : &limit, &old);
-        // Any other signal and any fault: the caller looks at the descriptor.
+        // A signal or a fault: the caller looks at the descriptor, finds nothing and comes back.
         result = count == 0 ? Wait::timed_out : Wait::ready;
-        if (count < 0 && was_interrupted()) result = Wait::interrupted;
     }
     pthread_sigmask(SIG_SETMASK, &old, nullptr);
     return result;

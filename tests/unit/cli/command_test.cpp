@@ -102,7 +102,7 @@ TEST(Completion, QuotesWhatItInserts)
     EXPECT_EQ(cli::insertion(completion), "\"LAN port");
     completion.list = {
         {"Laß", ""},
-        {"Laš", ""}
+        {"Laä", ""}
     }; // both begin with the same byte of the last letter
     EXPECT_EQ(cli::insertion({cli::split_typed("set d L"), completion.list}), "La");
     EXPECT_EQ(cli::candidate_list({

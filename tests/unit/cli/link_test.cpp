@@ -59,6 +59,17 @@ TEST(Link, RefusesAnotherProtocolVersion)
               (Ran{1, "", "gwcli: " + at(agent) + " speaks protocol version 2, this program 1\n"}));
 }
 
+TEST(Link, DropsAnswersThatNobodyWaitsForAnyMore)
+{
+    const FakeAgent agent([](proto::Op op, std::string_view) {
+        if (op == proto::Op::diff) return reply(proto::Diff{});
+        Answer answer;
+        answer.after = proto::make_frame(proto::Op::reply, 2, "stale") + event_frame({});
+        return answer;
+    });
+    EXPECT_EQ(run_gwcli(agent, {"configure", "discard", "diff"}), (Ran{0, "no changes\n", ""}));
+}
+
 TEST(Link, LostInAScriptEndsIt)
 {
     const FakeAgent agent([](proto::Op op, std::string_view) {

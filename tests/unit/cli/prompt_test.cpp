@@ -98,8 +98,9 @@ Answer answer_as_gateway(proto::Op op, std::string_view payload)
             {{"interface", "Ports"}, {"ip", "Network"}}
         });
     }
-    if (op == proto::Op::edit && proto::decode(payload, &edit) && edit.path.back() == "die")
-        return {{}, {}, {}, {}, true};
+    if (op == proto::Op::edit && proto::decode(payload, &edit) && edit.path.back() == "what")
+        return refusal(proto::ErrorCode::bad_value, "", "the question mark is missing");
+    if (op == proto::Op::edit && edit.path.back() == "die") return {{}, {}, {}, {}, true};
     return {};
 }
 

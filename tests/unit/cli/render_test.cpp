@@ -80,6 +80,7 @@ TEST(TreeJson, QuotesByTypeAndStaysValidWhateverTheTextIs)
         const char *text;
         const char *json;
     } rows[] = {
+        {ValueType::uint64,     "5",                    "\"5\""                   },
         {ValueType::uint64,     "18446744073709551615", "\"18446744073709551615\""},
         {ValueType::int64,      "-1",                   "\"-1\""                  },
         {ValueType::uint32,     "4294967295",           "4294967295"              },
@@ -134,18 +135,18 @@ TEST(Trees, OfASubtreeGetTheirPathBack)
     EXPECT_EQ(tree.nodes, configuration.nodes);
 }
 
-const proto::Tree brief =
-    tree_of(in("gw-oper:interface-view"), in("brief"), entry("GigabitEthernet"), key("port", "0/0"),
-            leaf("ipv4-address", "10.1.1.1"), leaf("admin-state", "up"), mark("oper-state", "wrong type"),
-            leaf("description", "Büro, "), end(), entry("GigabitEthernet"), key("port", "0/1"),
-            leaf("ipv4-address", "192.168.100.100"), end(), mark("Cellular", "nobody serves it\n"), end(), end());
+const proto::Tree brief = tree_of(
+    in("gw-oper:interface-view"), in("brief"), entry("GigabitEthernet"), key("port", "0/0"),
+    leaf("ipv4-address", "10.1.1.1"), leaf("admin-state", "up"), mark("oper-state", "wrong type"),
+    leaf("media", "Büro-Port"), leaf("description", "Büro, "), end(), entry("GigabitEthernet"), key("port", "0/1"),
+    leaf("ipv4-address", "192.168.100.100"), end(), mark("Cellular", "nobody serves it\n"), end(), end());
 
 TEST(View, ShowsRowsAndWhatCouldNotBeRead)
 {
     EXPECT_EQ(cli::view_text(cli::view_interface_brief, planted(brief)),
-              "Interface            Address          Mask  Admin  Oper  Media  Type  Description\n"
-              "GigabitEthernet 0/0  10.1.1.1         -     up     !     -      -     Büro,\n"
-              "GigabitEthernet 0/1  192.168.100.100  -     -      -     -      -     -\n"
+              "Interface            Address          Mask  Admin  Oper  Media      Type  Description\n"
+              "GigabitEthernet 0/0  10.1.1.1         -     up     !     Büro-Port  -     Büro,\n"
+              "GigabitEthernet 0/1  192.168.100.100  -     -      -     -          -     -\n"
               "! /interface-view/brief/GigabitEthernet{0/0}/oper-state: wrong type\n"
               "! /interface-view/brief/Cellular: nobody serves it\\x0a\n");
     const std::string json = cli::json_tree(planted(brief));
