@@ -8,9 +8,16 @@
 #include <sys/socket.h>
 
 #include "core/base/handles.h"
+#include "maker.h"
 #include "show/if_map.h"
 
 namespace {
+
+// The link library's record, whichever library is linked.
+static_assert(offsetof(LinkInfo, if_name) == 0 && offsetof(LinkInfo, addr) == 16 &&
+              offsetof(LinkInfo, addr_family) == 84 && offsetof(LinkInfo, admin_status) == 1113 &&
+              offsetof(LinkInfo, oper_status) == 1114 && offsetof(LinkInfo, link_oper) == 1116 &&
+              sizeof(LinkInfo) <= LINK_INFO_STORAGE);
 
 constexpr std::size_t path_size = 128;
 constexpr std::size_t command_size = 128;

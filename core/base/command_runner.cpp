@@ -23,6 +23,7 @@ bool append_entry(const char *command)
     if (!file) return false;
     tm local{};
     char stamp[32];
+    tzset(); // localtime_r() alone would keep the zone of its first call
     localtime_r(&now, &local);
     fprintf(file.get(), "%s%s\n", asctime_r(&local, stamp), command);
     return true;
