@@ -163,6 +163,7 @@ void run_line(Terminal *terminal, const std::string &line)
         history(terminal->history.get(), &event, H_ENTER, line.c_str());
     forget_interrupt();
     execute_line(terminal->cli, line);
+    forget_interrupt(); // completion waits for the agent too
     std::fflush(terminal->cli->out);
 }
 
