@@ -12,8 +12,10 @@ bool start_agent(Agent &agent, std::string *error)
     agent.models = model::load(options.model_dir, error);
     if (!agent.models) return false;
     agent.loop = open_loop();
-    *error = "cannot make the event loop";
-    if (!agent.loop) return false;
+    if (!agent.loop) {
+        *error = "cannot make the event loop";
+        return false;
+    }
     // The port first: it is also what keeps a second agent away from the state directory.
     ServerEvents events;
     events.greeted = [&agent](const PeerInfo &info) { peer_greeted(agent, info); };

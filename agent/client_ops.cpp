@@ -34,13 +34,22 @@ bool has_position(const model::Target &target)
                        [](const model::Step &step) { return step.position >= 0; });
 }
 
-void answer_tree(Agent &agent, Request request, const model::Target &target, const proto::Tree &tree)
+void answer_tree(Agent &agent, Request request, const model::Target &target, proto::Tree tree)
 {
     if (tree.nodes.empty() && is_single(target)) {
         refuse(agent, request, proto::Error{proto::ErrorCode::not_exists, model::keypath_of(target), "not set"});
     } else {
-        answer(agent, request, proto::encode(tree));
+        answer(agent, request, proto::encode(model::rooted(target, std::move(tree))));
     }
+}
+
+// The same target with the keys of the node that it found in place of positions.
+model::Target by_keys(const Agent &agent, const model::Target &target, const lyd_node *found)
+{
+    model::Target named;
+    std::string error;
+    const bool resolved = model::resolve(*agent.models, model::keypath_of(found), {}, &named, &error);
+    return resolved ? named : target;
 }
 
 void get_config(Agent &agent, Request request, const proto::Get &record, const model::Target &target)
@@ -53,7 +62,10 @@ void get_config(Agent &agent, Request request, const proto::Get &record, const m
     if (target.steps.empty()) {
         answer_tree(agent, request, target, model::to_tree(tree, record.with_defaults));
     } else {
-        answer_tree(agent, request, target, model::to_tree(model::find_all(tree, target), record.with_defaults));
+        const std::vector<const lyd_node *> found = model::find_all(tree, target);
+        const bool positions = !found.empty() && has_position(target);
+        answer_tree(agent, request, positions ? by_keys(agent, target, found.front()) : target,
+                    model::to_tree(found, record.with_defaults));
     }
 }
 

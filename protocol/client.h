@@ -44,7 +44,7 @@ struct TreeNode {
     bool operator==(const TreeNode &) const = default;
 };
 
-struct Tree { // depth-first
+struct Tree { // depth-first, from the root: what was asked for comes inside its ancestors, entries with their keys
     std::vector<TreeNode> nodes;
 };
 

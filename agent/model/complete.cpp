@@ -29,10 +29,20 @@ void offer(Line *line, const std::string &word, const std::string &help)
     line->out.list.push_back({word, help});
 }
 
+bool leads_to_operational(const Models &models, const lysc_node *node)
+{
+    if ((node->flags & LYS_CONFIG_R) != 0) return true;
+    for (const lysc_node *child : children(models, node)) {
+        if (leads_to_operational(models, child)) return true;
+    }
+    return false;
+}
+
 bool is_offered(const Line &line, const lysc_node *node)
 {
-    const bool is_config = (node->flags & LYS_CONFIG_W) != 0;
-    return !lysc_is_key(node) && (is_config || line.request.source == proto::Source::operational);
+    if (lysc_is_key(node)) return false;
+    if (line.request.source == proto::Source::operational) return leads_to_operational(line.models, node);
+    return (node->flags & LYS_CONFIG_W) != 0;
 }
 
 void offer_children(Line *line, const lysc_node *parent)

@@ -5,7 +5,7 @@
 #include <libyang/libyang.h>
 
 #include "agent/model/pairing.h"
-#include "agent/model/paths.h"
+#include "agent/model/types.h"
 #include "agent/model/values.h"
 
 namespace model {
@@ -106,6 +106,20 @@ void list_changes(const lyd_node *before, const lyd_node *after, Changes *out)
     }
 }
 
+std::string shown_name(const lysc_node *node)
+{
+    return (data_parent(node) ? "" : std::string(node->module->name) + ":") + node->name;
+}
+
+void open_step(const Step &step, proto::Tree *tree)
+{
+    tree->nodes.push_back({kind_of(step.schema), false, false, {}, shown_name(step.schema), ""});
+    if (step.schema->nodetype != LYS_LIST) return;
+    const std::vector<const lysc_node *> names = keys_of_list(step.schema);
+    for (std::size_t i = 0; i < names.size() && i < step.keys.size(); i++)
+        tree->nodes.push_back({proto::NodeKind::leaf, true, false, type_of(names[i]), names[i]->name, step.keys[i]});
+}
+
 struct Notified {
     const Models &models;
     std::vector<proto::Pair> *leaves;
@@ -173,6 +187,20 @@ proto::Tree to_tree(const lyd_node *tree, bool with_defaults)
     for (const lyd_node *node = tree; node; node = node->next)
         write_node(&writer, node, false);
     return writer.tree;
+}
+
+proto::Tree rooted(const Target &target, proto::Tree tree)
+{
+    if (tree.nodes.empty() || target.steps.size() < 2) return tree;
+    proto::Tree out;
+    const std::size_t ancestors = target.steps.size() - 1;
+    for (std::size_t i = 0; i < ancestors; i++)
+        open_step(target.steps[i], &out);
+    // A key stands there already.
+    if (!lysc_is_key(target.steps.back().schema))
+        out.nodes.insert(out.nodes.end(), tree.nodes.begin(), tree.nodes.end());
+    out.nodes.resize(out.nodes.size() + ancestors, {proto::NodeKind::end, false, false, {}, "", ""});
+    return out;
 }
 
 std::vector<proto::Change> changes(const lyd_node *before, const lyd_node *after)

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "agent/model/models.h"
+#include "agent/model/paths.h"
 #include "protocol/client.h"
 #include "protocol/pair.h"
 
@@ -19,6 +20,10 @@ proto::TreeNode tree_node(const lyd_node *node);
 // The whole tree, or the subtrees of these nodes. Empty containers are left out, except roots.
 proto::Tree to_tree(const lyd_node *tree, bool with_defaults);
 proto::Tree to_tree(const std::vector<const lyd_node *> &roots, bool with_defaults);
+
+// What a target names, inside its ancestors: list entries on the way come with their keys, so none may be named by
+// position. An empty tree stays empty.
+proto::Tree rooted(const Target &target, proto::Tree tree);
 
 // What operators see as changed, in datastore order: values that differ in effect, entries and presence containers that
 // come or go (with their leaves). A leaf that falls back to its default is modified; one that comes with its default is
