@@ -95,15 +95,19 @@ void get_content(Reader &r, Value &v)
             field = get_u32(r);
         break;
     case ValueType::list:
-        v.list = get_list<Value>(r, get_plain_value);
+        v.list = get_list<Value>(r, get_plain_value, max_list_items);
         break;
     }
 }
 
-// A value inside a list, where a list would let a peer nest without bound.
+// An item of a list: a value that a leaf can have. Looked at before it is read, since a list in a list would let a peer
+// nest without bound.
 Value get_plain_value(Reader &r)
 {
-    if (r.ok && r.at < r.end && static_cast<ValueType>(*r.at) == ValueType::list) r.ok = false;
+    const ValueType type = r.ok && r.at < r.end ? static_cast<ValueType>(*r.at) : ValueType::noexists;
+    const bool plain = type != ValueType::list && type != ValueType::noexists && type != ValueType::xmlbegin &&
+                       type != ValueType::xmlend;
+    if (!plain) r.ok = false;
     return get_value(r);
 }
 
@@ -267,14 +271,17 @@ TagValue get_tag_value(Reader &r)
 
 KeyPath get_keypath(Reader &r)
 {
-    return get_list<PathElement>(r, [](Reader &in) {
-        PathElement element;
-        element.is_keys = get_u8(in) != 0;
-        element.tag = get_u32(in);
-        element.ns = get_u32(in);
-        element.keys = get_list<Value>(in, get_value);
-        return element;
-    });
+    return get_list<PathElement>(
+        r,
+        [](Reader &in) {
+            PathElement element;
+            element.is_keys = get_u8(in) != 0;
+            element.tag = get_u32(in);
+            element.ns = get_u32(in);
+            element.keys = get_list<Value>(in, get_value, max_path_keys);
+            return element;
+        },
+        max_path_depth);
 }
 
 } // namespace proto

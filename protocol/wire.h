@@ -42,6 +42,11 @@ Value get_value(Reader &r);
 TagValue get_tag_value(Reader &r);
 KeyPath get_keypath(Reader &r);
 
+// What a peer may make of a few bytes each is bounded: a value is much larger in memory than on the wire.
+inline constexpr std::uint32_t max_list_items = 1024; // of a value of type list
+inline constexpr std::uint32_t max_path_depth = 64;
+inline constexpr std::uint32_t max_path_keys = 16;
+
 // Lists are a u32 count and the elements. An element is at least one byte, so a count beyond the bytes left is
 // malformed before anything is allocated.
 template <typename T, typename Put> void put_list(Writer &w, const std::vector<T> &list, Put put)
@@ -51,11 +56,11 @@ template <typename T, typename Put> void put_list(Writer &w, const std::vector<T
         put(w, item);
 }
 
-template <typename T, typename Get> std::vector<T> get_list(Reader &r, Get get)
+template <typename T, typename Get> std::vector<T> get_list(Reader &r, Get get, std::uint32_t most = UINT32_MAX)
 {
     std::vector<T> list;
     const std::uint32_t count = get_u32(r);
-    if (count > r.end - r.at) r.ok = false;
+    if (count > r.end - r.at || count > most) r.ok = false;
     for (std::uint32_t i = 0; r.ok && i < count; i++)
         list.push_back(get(r));
     return list;

@@ -86,15 +86,27 @@ TEST(Value, NumbersOutsideTheirTypeAndNestedListsAreMalformed)
     get_value(r);
     EXPECT_FALSE(r.ok);
 
+    const auto reads = [](const std::vector<Value> &items) {
+        Value outer;
+        outer.type = ValueType::list;
+        outer.list = items;
+        Writer bytes;
+        put_value(bytes, outer);
+        Reader in = make_reader(bytes);
+        return get_value(in) == outer && at_end(in);
+    };
     Value inner;
+    EXPECT_FALSE(reads({inner})) << "no value";
     inner.type = ValueType::list;
-    Value outer = inner;
-    outer.list = {inner};
-    Writer nested;
-    put_value(nested, outer);
-    Reader n = make_reader(nested);
-    get_value(n);
-    EXPECT_FALSE(n.ok);
+    EXPECT_FALSE(reads({inner})) << "would nest";
+    Writer deep;
+    for (int i = 0; i < 100000; i++)
+        deep += std::string("\x45\0\0\0\1", 5);
+    Reader bottomless = make_reader(deep);
+    EXPECT_EQ(get_value(bottomless), Value{});
+    const Value number = make_number(ValueType::uint8, 1);
+    EXPECT_TRUE(reads(std::vector<Value>(max_list_items, number)));
+    EXPECT_FALSE(reads(std::vector<Value>(max_list_items + 1, number)));
 }
 
 TEST(Value, NamesWithoutABoundTagGetFnv1a)
