@@ -27,14 +27,19 @@ void call_peer(Agent &agent, PeerId peer, proto::Op op, std::string_view payload
     call.peer = peer;
     call.then = std::move(then);
     std::chrono::milliseconds wait = limit;
-    if (proto::fits_frame(payload.size()) && send_frame(agent.server, peer, op, id, payload)) {
-        call.on_timer = {proto::ErrorCode::timeout, "", "no answer within " + std::to_string(limit.count()) + " s"};
+    call.on_timer.unsent = !proto::fits_frame(payload.size());
+    call.on_timer.gone = !call.on_timer.unsent && !send_frame(agent.server, peer, op, id, payload);
+    if (call.on_timer.unsent) {
+        call.on_timer.error = {proto::ErrorCode::too_big, "", "it is longer than a message can be"};
+    } else if (call.on_timer.gone) {
+        call.on_timer.error = {proto::ErrorCode::unavailable, "", "the application is not connected"};
     } else {
-        call.on_timer = {proto::ErrorCode::unavailable, "", "the application is not connected"};
-        wait = std::chrono::milliseconds(0);
+        call.on_timer.error = {proto::ErrorCode::timeout, "",
+                               "no answer within " + std::to_string(limit.count()) + " s"};
     }
+    if (call.on_timer.unsent || call.on_timer.gone) wait = std::chrono::milliseconds(0);
     call.timer = start_timer(agent.loop, wait, [&agent, id] {
-        const Answer late{false, "", agent.calls.pending[id].on_timer};
+        const Answer late = agent.calls.pending[id].on_timer;
         finish(agent, id, late);
     });
 }
@@ -59,9 +64,9 @@ void fail_calls_of(Agent &agent, PeerId gone)
     for (const auto &[id, call] : agent.calls.pending) {
         if (call.peer == gone) ids.push_back(id);
     }
-    const Answer answer{
-        false, "", {proto::ErrorCode::unavailable, "", "the application has disconnected"}
-    };
+    Answer answer;
+    answer.error = {proto::ErrorCode::unavailable, "", "the application has disconnected"};
+    answer.gone = true;
     for (const std::uint32_t id : ids)
         finish(agent, id, answer);
 }

@@ -22,13 +22,15 @@ struct Answer {
     bool ok = false;
     std::string payload; // when ok
     proto::Error error;  // when not
+    bool gone = false;   // the connection has ended, whatever the error says: a peer may send any error itself
+    bool unsent = false; // the request fits no frame: the peer knows nothing of it
 };
 
 using Continue = std::function<void(const Answer &)>;
 
 struct Call {
     PeerId peer = 0;
-    proto::Error on_timer;
+    Answer on_timer;
     Timer timer;
     Continue then;
 };

@@ -58,8 +58,12 @@ void finish_list(Agent &agent, Application &app)
 void delivered(Agent &agent, Application &app, const Answer &answer)
 {
     proto::Status status;
-    if (!answer.ok && answer.error.code == proto::ErrorCode::unavailable) return; // it is gone, see application_gone
+    if (answer.gone) return; // see application_gone
     app.busy = false;
+    if (answer.unsent) { // nor would it fit the next time: it counts as done
+        remark(app, "a delivery is skipped: " + answer.error.text);
+        return;
+    }
     if (!answer.ok || !proto::decode(answer.payload, &status)) {
         remark(app, answer.ok ? "its answer cannot be read" : "a delivery failed: " + answer.error.text);
         app.busy = true; // until the connection is down
