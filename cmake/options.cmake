@@ -4,7 +4,9 @@ find_package(Threads REQUIRED)
 
 add_library(gw_options INTERFACE)
 target_compile_options(gw_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
-                                            -fno-omit-frame-pointer)
+                                            -fno-omit-frame-pointer
+                                            # part of -Wconversion in clang only
+                                            $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>)
 target_include_directories(gw_options INTERFACE ${PROJECT_SOURCE_DIR})
 if(GW_SANITIZE)
     add_compile_options(-fsanitize=${GW_SANITIZE} -fno-sanitize-recover=all)
