@@ -87,8 +87,8 @@ Typed split_typed(std::string_view line)
 
 std::string quote_word(std::string_view text)
 {
-    // '?' asks for help at the prompt unless it is quoted.
-    const bool plain = !text.empty() && text.find_first_of(" \t\"\\?") == std::string_view::npos;
+    // '?' asks for help at the prompt and '#' begins a comment unless they are quoted.
+    const bool plain = !text.empty() && text.find_first_of(" \t\r\n\"\\?#") == std::string_view::npos;
     if (plain) return std::string(text);
     std::string out = "\"";
     for (const char c : text) {
