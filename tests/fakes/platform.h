@@ -18,16 +18,15 @@ struct Outcomes {
     int cdb_connect = 0;
     int start_session = 0;
     int link_check = 0;
-    int timer_manager = 1;           // 0: none
-    std::string refused_callpoint{}; // whose registration fails
+    int timer_manager = 1;                                     // 0: none
+    std::string refused_callpoint{};                           // whose registration fails
+    bool run_commands = false;                                 // also runs what system() is given
+    std::function<void(const TollanModuleParams &)> on_init{}; // runs inside tollan_module_init
+    std::map<std::string, confd_value_t> stored{};             // what tollan_read_val finds, by path
 };
 extern Outcomes outcomes;
 
-extern std::function<void(const TollanModuleParams &)> on_module_init; // runs inside the call
-extern std::map<std::string, confd_value_t> stored;                    // what tollan_read_val finds, by path
-extern std::map<std::string, confd_data_cbs> registered;               // data providers, by callpoint
-
-void reset();
+void reset(); // the outcomes and the record
 
 confd_value_t text_value(const char *text);
 confd_value_t ipv4_value(const char *text);

@@ -1,36 +1,57 @@
 #include "fakes/record.h"
 
+#include <cstdarg>
+#include <cstdio>
 #include <mutex>
+#include <regex>
+#include <syslog.h>
 #include <utility>
-
-namespace fakes {
 
 namespace {
 
 std::mutex guard;
-Events events;
+fakes::Events events;
+
+void record_line(int priority, const char *format, va_list arguments)
+{
+    static const char *const levels[] = {"emerg", "alert", "crit", "error", "warning", "notice", "info", "debug"};
+    static const std::regex trace_line("^(\\w+)\\[\\d+\\]: ");
+    char text[4096];
+    vsnprintf(text, sizeof text, format, arguments);
+    const char *facility = (priority & LOG_FACMASK) == LOG_LOCAL7 ? "" : "wrong facility ";
+    fakes::record(std::string(facility) + levels[priority & LOG_PRIMASK] + ": " +
+                  std::regex_replace(text, trace_line, "$1[#]: "));
+}
 
 } // namespace
 
-void record(std::string event)
+void fakes::record(std::string event)
 {
     const std::lock_guard lock(guard);
     events.push_back(std::move(event));
 }
 
-Events taken()
+fakes::Events fakes::taken()
 {
     const std::lock_guard lock(guard);
     return std::exchange(events, {});
 }
 
-Events taken(const std::string &kind)
+extern "C" {
+
+void __wrap_openlog(const char *identity, int options, int facility)
 {
-    Events found;
-    for (const std::string &event : taken()) {
-        if (event.starts_with(kind + ": ")) found.push_back(event.substr(kind.size() + 2));
-    }
-    return found;
+    fakes::record(std::string("openlog ") + identity + " " + std::to_string(options) + " " + std::to_string(facility));
 }
 
-} // namespace fakes
+void __wrap_vsyslog(int priority, const char *format, va_list arguments)
+{
+    record_line(priority, format, arguments);
+}
+
+// What a fortified build calls.
+void __wrap___vsyslog_chk(int priority, int /*flag*/, const char *format, va_list arguments)
+{
+    record_line(priority, format, arguments);
+}
+}

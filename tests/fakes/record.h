@@ -1,6 +1,5 @@
 // What the code under test did, in order, one text per event: "error: text" (a log line, by its level; "crit", "info",
-// "debug" likewise), "run: command", "wait: 2000", and the names and arguments of replaced calls. Source lines of
-// traces read "[#]".
+// "debug" likewise), "run: command", and the names and arguments of replaced calls. Source lines of traces read "[#]".
 #ifndef GW_FAKES_RECORD_H
 #define GW_FAKES_RECORD_H
 
@@ -12,8 +11,7 @@ namespace fakes {
 using Events = std::vector<std::string>;
 
 void record(std::string event);
-Events taken();                        // what was recorded since the last call
-Events taken(const std::string &kind); // only "kind: " events, without that prefix; the others are dropped
+Events taken(); // what was recorded since the last call
 
 } // namespace fakes
 

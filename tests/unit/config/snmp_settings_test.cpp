@@ -17,14 +17,13 @@ confd_tag_value_t switch_leaf(std::uint32_t tag, int disabled)
 TEST(SnmpSettings, FollowTheFirstSwitchLeaf)
 {
     constexpr std::uint32_t disable = 0x1b761457;
-    confd_tag_value_t on[] = {switch_leaf(1, 1), switch_leaf(disable, 0), switch_leaf(disable, 1)};
-    confd_tag_value_t off[] = {switch_leaf(disable, 1)};
+    confd_tag_value_t pairs[] = {switch_leaf(1, 1), switch_leaf(disable, 0), switch_leaf(disable, 1)};
     snmp_enable = 0;
-    EXPECT_EQ(tarvo_snmp_settings_cb(nullptr, MOP_MODIFIED, 0, nullptr, 3, on), 0);
+    EXPECT_EQ(tarvo_snmp_settings_cb(nullptr, MOP_MODIFIED, 0, nullptr, 3, pairs), 0);
     EXPECT_EQ(snmp_enable, 1);
-    EXPECT_EQ(tarvo_snmp_settings_cb(nullptr, MOP_DELETED, 0, nullptr, 1, on), 0);
+    EXPECT_EQ(tarvo_snmp_settings_cb(nullptr, MOP_DELETED, 0, nullptr, 1, pairs), 0);
     EXPECT_EQ(snmp_enable, 1) << "a change without the leaf";
-    EXPECT_EQ(tarvo_snmp_settings_cb(nullptr, MOP_CREATED, 0, nullptr, 1, off), 0);
+    EXPECT_EQ(tarvo_snmp_settings_cb(nullptr, MOP_CREATED, 0, nullptr, 1, pairs + 2), 0);
     EXPECT_EQ(snmp_enable, 0);
 }
 

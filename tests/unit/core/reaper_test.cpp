@@ -69,36 +69,39 @@ void start(Trial &trial, event_base *base)
     if (trial.own_child == 0) _exit(3);
 }
 
-// Runs the daemon to its end in a process of its own and returns what that has to tell.
+// Runs the daemon to its end and tells what became of it and of its child.
+std::string run_here(bool detached)
+{
+    Trial trial;
+    fakes::reset();
+    fakes::outcomes.on_init = [&trial](const TollanModuleParams &params) { start(trial, params.evbase); };
+    const char *arguments[] = {"tarvod", "-f", "1", nullptr};
+    const int status = run_tarvod(detached ? 1 : 3, const_cast<char **>(arguments));
+    trial.worker.join();
+    std::string report = "status " + std::to_string(status) + ", lost " + std::to_string(trial.lost) + ", cut " +
+                         std::to_string(trial.cut) + (trial.ticks > 4 ? "" : ", too few ticks");
+    const std::string pid = std::to_string(trial.own_child);
+    for (const std::string &line : fakes::taken()) {
+        if (line == "error: Child pid " + pid + " exited with status: 3") report += ", reaped";
+        if (line == "error: Handle sig event for child pid " + pid) report += ", handled";
+    }
+    return report;
+}
+
+// The same in a process of its own, which daemon() leaves for another.
 std::string run_daemon(bool detached)
 {
     int ends[2];
     EXPECT_EQ(pipe(ends), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        Trial trial;
-        fakes::reset();
-        fakes::on_module_init = [&trial](const TollanModuleParams &params) { start(trial, params.evbase); };
-        const char *arguments[] = {"tarvod", "-f", "1", nullptr};
-        const int status = run_tarvod(detached ? 1 : 3, const_cast<char **>(arguments));
-        trial.worker.join();
-        const std::string pid = std::to_string(trial.own_child);
-        std::string report = "status " + std::to_string(status) + ", lost " + std::to_string(trial.lost) + ", cut " +
-                             std::to_string(trial.cut) + (trial.ticks > 4 ? "" : ", too few ticks");
-        for (const std::string &line : fakes::taken("error")) {
-            if (line == "Child pid " + pid + " exited with status: 3") report += ", reaped";
-            if (line == "Handle sig event for child pid " + pid) report += ", handled";
-        }
+    if (fork() == 0) {
+        const std::string report = run_here(detached);
         _exit(write(ends[1], report.data(), report.size()) < 0);
     }
     close(ends[1]);
-    std::string report(200, '\0');
-    const ssize_t length = read(ends[0], report.data(), report.size());
+    char report[200] = "";
+    EXPECT_GT(read(ends[0], report, sizeof report - 1), 0);
     close(ends[0]);
-    int ended = -1;
-    waitpid(child, &ended, 0);
-    EXPECT_EQ(ended, 0);
-    report.resize(static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    wait(nullptr);
     return report;
 }
 
@@ -115,18 +118,17 @@ TEST(Reaper, SaysHowAChildEndedAndNothingWithoutOne)
     fakes::reset();
     tarvo_sigchild_signal(SIGCHLD, 0, nullptr);
     EXPECT_EQ(fakes::taken(), fakes::Events{});
-    pid_t children[2];
-    for (pid_t &child : children) {
-        child = fork();
+    for (int i = 0; i < 2; ++i) {
+        const pid_t child = fork();
         if (child == 0) raise(SIGKILL);
         siginfo_t ended;
         waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT);
     }
     tarvo_sigchild_signal(SIGCHLD, 0, nullptr);
-    const auto lines = fakes::taken("error");
+    const auto lines = fakes::taken();
     ASSERT_EQ(lines.size(), 2U) << "one child for each event";
     EXPECT_TRUE(lines[0].ends_with(" terminated due to signal 9"));
-    EXPECT_TRUE(lines[1].starts_with("Handle sig event for child pid "));
+    EXPECT_TRUE(lines[1].starts_with("error: Handle sig event for child pid "));
 }
 
 } // namespace

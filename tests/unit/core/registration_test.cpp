@@ -1,81 +1,67 @@
-#include <algorithm>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 
 #include <gtest/gtest.h>
 
 #include "config/tarvo_config.h"
 #include "core/data_providers.h"
 #include "core/tarvo_confd.h"
+#include "fakes/files.h"
 #include "fakes/platform.h"
 #include "fakes/record.h"
 #include "monitor/if_stats.h"
 
 namespace {
 
-template <class T> T at(const void *record, std::size_t offset)
+// A record of the library: zeros but for these words and texts.
+std::string record(std::size_t size, std::initializer_list<std::pair<std::size_t, const void *>> words,
+                   std::initializer_list<std::pair<std::size_t, std::string_view>> texts = {})
 {
-    T value;
-    memcpy(&value, static_cast<const char *>(record) + offset, sizeof value);
-    return value;
-}
-
-bool all_zero(const void *record, std::size_t from, std::size_t to)
-{
-    const char *bytes = static_cast<const char *>(record);
-    return std::all_of(bytes + from, bytes + to, [](char byte) { return byte == 0; });
-}
-
-// The names at the head of a table's records, up to the all-zero one that ends it.
-fakes::Events names(const char *table, std::size_t record_size, std::size_t name_offset)
-{
-    fakes::Events found;
-    for (; table[name_offset] != '\0'; table += record_size) {
-        found.emplace_back(table + name_offset);
+    std::string bytes(size, '\0');
+    for (const auto &[offset, word] : words) {
+        bytes.replace(offset, sizeof word, std::string(reinterpret_cast<const char *>(&word), sizeof word));
     }
-    EXPECT_TRUE(all_zero(table, 0, record_size));
-    return found;
+    for (const auto &[offset, text] : texts) {
+        bytes.replace(offset, text.size(), text);
+    }
+    return bytes;
 }
 
-void check_parameters(const TollanModuleParams &params, const TarvoDaemon &daemon)
+template <class Function> const void *address(Function *function)
 {
-    EXPECT_EQ(at<const void *>(&params, 0), &daemon);
-    EXPECT_TRUE(all_zero(&params, 32, 56));
-    EXPECT_EQ(at<void *>(&params, 56), reinterpret_cast<void *>(tarvo_confd_register_data_cbs));
-    EXPECT_TRUE(all_zero(&params, 64, 80));
-    EXPECT_EQ(at<void *>(&params, 80), daemon.evbase);
-    EXPECT_EQ(at<void *>(&params, 88), daemon.timer_mgr);
-    EXPECT_EQ(at<std::uint64_t>(&params, 96), 1U);
-    EXPECT_EQ(at<std::uint64_t>(&params, 104), 2U);
+    return reinterpret_cast<const void *>(function);
 }
 
-void check_tables(const TollanModuleParams &params)
+std::string_view entry(const void *table, std::size_t size, std::size_t number)
 {
-    const char *subscriptions = at<const char *>(&params, 8);
-    const auto paths = names(subscriptions, 184, 8);
-    ASSERT_EQ(paths.size(), 11U);
-    EXPECT_EQ(paths[9], "gw-snmp:snmp/trap/target");
-    const std::string_view path = "interface/GigabitEthernet";
-    void *const handler = reinterpret_cast<void *>(tarvo_config_gigabitethernet);
-    std::string expected(184, '\0');
-    expected.replace(8, path.size(), path);
-    expected.replace(136, sizeof handler, std::string(reinterpret_cast<const char *>(&handler), sizeof handler));
-    expected.replace(152, 4, "\xc0\xea\x64\x6b");
-    expected.replace(164, 2, "\x01\x16");
-    EXPECT_EQ(std::string_view(subscriptions, 184), expected);
-    const char *oper_entry = subscriptions + 7UL * 184;
-    EXPECT_EQ(at<std::uint32_t>(oper_entry, 152), 0x0c7acb07U);
-    EXPECT_EQ(std::string_view(oper_entry + 164, 3), std::string_view("\x00\x16\x10", 3));
-
-    const char *points = at<const char *>(&params, 16);
-    ASSERT_EQ(names(points, 272, 0).size(), 8U);
-    EXPECT_EQ(at<void *>(points, 256), reinterpret_cast<void *>(tarvo_validate_interface));
-    const char *actions = at<const char *>(&params, 24);
-    EXPECT_EQ(names(actions, 304, 0), fakes::Events{"clear_counter_action_point"});
-    EXPECT_EQ(at<void *>(actions, 272), reinterpret_cast<void *>(clear_counters_action));
-    EXPECT_TRUE(all_zero(actions, 256, 272) && all_zero(actions, 280, 304));
+    return {static_cast<const char *>(table) + size * number, size};
 }
+
+// clang-format off
+void check_records(const TollanModuleParams &params, const TarvoDaemon &daemon)
+{
+    const auto word = [](std::uintptr_t value) { return reinterpret_cast<const void *>(value); };
+    EXPECT_EQ(entry(&params, 112, 0),
+              record(112, {{0, &daemon}, {8, params.subscriptions}, {16, params.validation_points},
+                           {24, params.action_points}, {56, address(tarvo_confd_register_data_cbs)},
+                           {80, daemon.evbase}, {88, daemon.timer_mgr}, {96, word(1)}, {104, word(2)}}));
+    const auto subscription = [&](std::size_t number) { return entry(params.subscriptions, 184, number); };
+    EXPECT_EQ(subscription(0),
+              record(184, {{136, address(tarvo_config_gigabitethernet)}},
+                     {{8, "interface/GigabitEthernet"}, {152, "\xc0\xea\x64\x6b"}, {164, "\x01\x16"}}));
+    EXPECT_EQ(subscription(7).substr(152, 4), "\x07\xcb\x7a\x0c");
+    EXPECT_EQ(subscription(7).substr(164, 3), std::string_view("\x00\x16\x10", 3));
+    EXPECT_STREQ(subscription(9).data() + 8, "gw-snmp:snmp/trap/target");
+    EXPECT_EQ(subscription(11), record(184, {}));
+    const auto point = [&](std::size_t number) { return entry(params.validation_points, 272, number); };
+    EXPECT_EQ(point(0), record(272, {{256, address(tarvo_validate_interface)}}, {{0, "validate_interface"}}));
+    EXPECT_NE(point(7)[0], '\0');
+    EXPECT_EQ(point(8), record(272, {}));
+    EXPECT_EQ(entry(params.action_points, 304, 0),
+              record(304, {{272, address(clear_counters_action)}}, {{0, "clear_counter_action_point"}}));
+    EXPECT_EQ(entry(params.action_points, 304, 1), record(304, {}));
+}
+// clang-format on
 
 TEST(Registration, HandsOverTheRecordsInTheLibrarysLayout)
 {
@@ -83,10 +69,7 @@ TEST(Registration, HandsOverTheRecordsInTheLibrarysLayout)
     TarvoDaemon daemon{};
     daemon.evbase = reinterpret_cast<event_base *>(&daemon.pid);
     daemon.timer_mgr = &daemon.daemonize;
-    fakes::on_module_init = [&](const TollanModuleParams &params) {
-        check_parameters(params, daemon);
-        check_tables(params);
-    };
+    fakes::outcomes.on_init = [&](const TollanModuleParams &params) { check_records(params, daemon); };
     EXPECT_EQ(register_with_agent(&daemon), 0);
     EXPECT_NE(daemon.tollan_ctx, nullptr);
     EXPECT_EQ(fakes::taken(), fakes::Events{"tollan_module_init"});
@@ -94,10 +77,8 @@ TEST(Registration, HandsOverTheRecordsInTheLibrarysLayout)
 
 TEST(Registration, ProbesThePlatformOnlyAfterSuccess)
 {
-    const std::string wifi = "/var/platform/has_wifi";
     struct {
-        int status;
-        int result;
+        int status, result;
         const char *prefix;
         int standalone;
         bool has_wifi;
@@ -112,9 +93,8 @@ TEST(Registration, ProbesThePlatformOnlyAfterSuccess)
         fakes::outcomes.module_init = c.status;
         strcpy(click_routing_prefix, "/click/integrated_router/");
         _router_standalone_mode = 0;
-        std::filesystem::create_directories("/var/platform");
-        if (c.has_wifi) std::ofstream{wifi};
-        if (!c.has_wifi) std::filesystem::remove(wifi);
+        std::filesystem::remove_all("/var/platform");
+        if (c.has_wifi) fakes::write_file("/var/platform/has_wifi", "");
         TarvoDaemon daemon{};
         EXPECT_EQ(register_with_agent(&daemon), c.result) << c.status;
         EXPECT_STREQ(click_routing_prefix, c.prefix) << c.status;
@@ -124,37 +104,37 @@ TEST(Registration, ProbesThePlatformOnlyAfterSuccess)
 
 TEST(Registration, StopsAtTheProviderThatIsRefused)
 {
+    const std::string show = "error: Failed to register - show ";
+    const std::string show_init = "error: tarvo_show_init[#]: Failed to register data cb for show ";
+    const std::string snmp_init = "error: tarvo_snmp_init[#]: Failed to register - IF-MIB ";
     // clang-format off
-    struct {
-        const char *callpoint;
-        std::string log;
-    } const cases[] = {
-        {"interface_brief_cellular",         "error: Failed to register - show interface brief Cellular cb"},
-        {"interface_brief_gigabitethernet",  "error: Failed to register - show interface brief GigabitEthernet cb"},
-        {"pat_cp",                           "error: tarvo_show_init[#]: Failed to register data cb for show pat"},
+    const std::pair<const char *, std::string> cases[] = {
+        {"interface_brief_cellular",         show + "interface brief Cellular cb"},
+        {"interface_brief_gigabitethernet",  show + "interface brief GigabitEthernet cb"},
+        {"pat_cp",                           show_init + "pat"},
         {"dhcp_pool_stats",                  ""},
-        {"dhcp_binding",                     "error: tarvo_show_init[#]: Failed to register data cb for show ip dhcp binding"},
-        {"interface_detail_cellular",        "error: Failed to register - show interface detail Cellular cb"},
-        {"interface_detail_gigabitethernet", "error: Failed to register - show interface detail GigabitEthernet cb"},
-        {"rtm-if",                           "error: Failed to register - show zelora oper interfaces cb"},
+        {"dhcp_binding",                     show_init + "ip dhcp binding"},
+        {"interface_detail_cellular",        show + "interface detail Cellular cb"},
+        {"interface_detail_gigabitethernet", show + "interface detail GigabitEthernet cb"},
+        {"rtm-if",                           show + "zelora oper interfaces cb"},
         {"oper_status",                      "debug: Failed to register - show transceiver oper status cb"},
         {"idprom_info",                      "debug: Failed to register - show transceiver idprom info cb"},
-        {"if-mib-interface-stats",           "error: tarvo_snmp_init[#]: Failed to register - IF-MIB interface stats"},
-        {"if-mib-interfaces",                "error: tarvo_snmp_init[#]: Failed to register - IF-MIB interfaces"},
+        {"if-mib-interface-stats",           snmp_init + "interface stats"},
+        {"if-mib-interfaces",                snmp_init + "interfaces"},
     };
     // clang-format on
     tollan_ctx ctx{};
     fakes::Events before;
-    for (const auto &c : cases) {
-        before.push_back(std::string("provider: ") + c.callpoint);
+    for (const auto &[callpoint, log] : cases) {
+        before.push_back(std::string("provider: ") + callpoint);
         for (const bool logging : {true, false}) {
             fakes::reset();
             g_logger_p = logging ? &g_logger : nullptr;
-            fakes::outcomes.refused_callpoint = c.callpoint;
+            fakes::outcomes.refused_callpoint = callpoint;
             EXPECT_EQ(tarvo_confd_register_data_cbs(&ctx), 1);
             fakes::Events expected = before;
-            const bool unguarded = c.log.find("[#]") != std::string::npos;
-            if (!c.log.empty() && (logging || unguarded)) expected.push_back(c.log);
+            const bool unguarded = log.find("[#]") != std::string::npos;
+            if (!log.empty() && (logging || unguarded)) expected.push_back(log);
             EXPECT_EQ(fakes::taken(), expected);
         }
     }

@@ -1,0 +1,157 @@
+#include "fakes/platform.h"
+
+#include <arpa/inet.h>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
+#include "fakes/record.h"
+
+using fakes::outcomes;
+using fakes::record;
+using std::to_string;
+
+fakes::Outcomes fakes::outcomes;
+
+void fakes::reset()
+{
+    outcomes = {};
+    taken();
+}
+
+confd_value_t fakes::text_value(const char *text)
+{
+    confd_value_t value{};
+    value.type = C_BUF;
+    value.val.buf.ptr = reinterpret_cast<unsigned char *>(const_cast<char *>(text));
+    value.val.buf.size = static_cast<std::uint32_t>(strlen(text));
+    return value;
+}
+
+confd_value_t fakes::ipv4_value(const char *text)
+{
+    confd_value_t value{};
+    value.type = C_IPV4;
+    inet_pton(AF_INET, text, &value.val.ip);
+    return value;
+}
+
+__thread int confd_errno = CONFD_ERR_NOEXISTS;
+
+const char *confd_strerror(int /*code*/)
+{
+    return "strerror";
+}
+
+const char *confd_lasterr(void)
+{
+    return "lasterr";
+}
+
+void confd_trans_seterr(confd_trans_ctx * /*tctx*/, const char *fmt, ...)
+{
+    char text[512];
+    va_list arguments;
+    va_start(arguments, fmt);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is; the checker loses sight of it after the array.
+    vsnprintf(text, sizeof text, fmt, arguments);
+    va_end(arguments);
+    record(std::string("refused: ") + text);
+}
+
+int confd_register_data_cb(confd_daemon_ctx * /*dx*/, const confd_data_cbs *cbs)
+{
+    record(std::string("provider: ") + cbs->callpoint);
+    return outcomes.refused_callpoint == cbs->callpoint ? CONFD_ERR : CONFD_OK;
+}
+
+// The providers are linked but never called.
+int confd_data_reply_not_found(confd_trans_ctx *)
+{
+    return CONFD_OK;
+}
+
+int confd_data_reply_next_key(confd_trans_ctx *, const confd_value_t *, int, long)
+{
+    return CONFD_OK;
+}
+
+int confd_data_reply_next_object_tag_value_array(confd_trans_ctx *, const confd_tag_value_t *, int, long)
+{
+    return CONFD_OK;
+}
+
+int cdb_connect(int /*sock*/, cdb_sock_type type, const sockaddr *srv, int srv_sz)
+{
+    const auto *to = reinterpret_cast<const sockaddr_in *>(srv);
+    record("cdb_connect " + to_string(type) + " " + to_string(ntohl(to->sin_addr.s_addr)) + ":" +
+           to_string(ntohs(to->sin_port)) + " " + to_string(srv_sz));
+    return outcomes.cdb_connect;
+}
+
+int cdb_start_session(int /*sock*/, cdb_db_type db)
+{
+    record("cdb_start_session " + to_string(db));
+    return outcomes.start_session;
+}
+
+int cdb_start_session2(int /*sock*/, cdb_db_type db, int flags)
+{
+    record("cdb_start_session2 " + to_string(db) + " " + to_string(flags));
+    return outcomes.start_session;
+}
+
+int cdb_end_session(int /*sock*/)
+{
+    record("cdb_end_session");
+    return CONFD_OK;
+}
+
+int cdb_close(int sock)
+{
+    record("cdb_close");
+    return close(sock);
+}
+
+int tollan_module_init(const TollanModuleParams *params, void *unused, tollan_ctx **ctx)
+{
+    static confd_daemon_ctx daemon{};
+    static tollan_ctx module{};
+    module.dx = &daemon;
+    record(unused == nullptr ? "tollan_module_init" : "tollan_module_init with a second argument");
+    if (outcomes.on_init) outcomes.on_init(*params);
+    if (outcomes.module_init == 0 || outcomes.module_init == 3) *ctx = &module;
+    return outcomes.module_init;
+}
+
+void tollan_module_deinit(tollan_ctx * /*ctx*/)
+{
+    record("tollan_module_deinit");
+}
+
+int tollan_read_val(tollan_ctx * /*ctx*/, const char *path, confd_value_t *value)
+{
+    record(std::string("read: ") + path);
+    const auto found = outcomes.stored.find(path);
+    if (found == outcomes.stored.end()) return -1;
+    *value = found->second;
+    return 0;
+}
+
+void tollan_release_val(confd_value_t * /*value*/)
+{
+    record("release");
+}
+
+void *timer_mgr_create(int kind, void *(*)(size_t), void (*)(void *), void * /*user*/, int level)
+{
+    record("timer_mgr_create " + to_string(kind) + " " + to_string(level));
+    return outcomes.timer_manager != 0 ? &outcomes : nullptr;
+}
+
+int zel_link_check(const char *device)
+{
+    record(std::string("check: ") + device);
+    return outcomes.link_check;
+}
