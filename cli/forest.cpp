@@ -1,5 +1,6 @@
 #include "cli/forest.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace cli {
@@ -39,56 +40,23 @@ std::string step_of(const Node &node)
     return step + "{" + keys + "}";
 }
 
-void harvest_below(const Node &parent, const std::string &path, Yield *yield)
+// `leading`: all that was read stands below the parent. As long as that is one node, the keys beside it are its
+// address.
+void harvest_below(const Node &parent, const std::string &path, bool leading, Yield *yield)
 {
+    const auto is_key = [](const Node &node) { return node.data->is_key; };
+    const auto keys = std::count_if(parent.children.begin(), parent.children.end(), is_key);
+    leading = leading && keys + 1 == std::ssize(parent.children);
     for (const Node &node : parent.children) {
         const std::string here = path + step_of(node);
         if (is(node, proto::NodeKind::error_mark)) yield->marks.push_back({here, node.data->text});
-        if (is(node, proto::NodeKind::leaf) || is(node, proto::NodeKind::item)) yield->values++;
-        harvest_below(node, here, yield);
+        const bool value = is(node, proto::NodeKind::leaf) || is(node, proto::NodeKind::item);
+        if (value && !(leading && node.data->is_key)) yield->values++;
+        harvest_below(node, here, leading, yield);
     }
-}
-
-// "/interface/GigabitEthernet{0/0}" as words.
-proto::Words words_of_keypath(const std::string &path)
-{
-    proto::Words words;
-    bool in_keys = false;
-    bool fresh = true;
-    for (const char c : path) {
-        const bool ends = c == '{' || c == '}' || (c == (in_keys ? ' ' : '/'));
-        if (c == '{' || c == '}') in_keys = c == '{';
-        if (!ends && fresh) words.emplace_back();
-        if (!ends && c != '"') words.back() += c;
-        fresh = ends;
-    }
-    return words;
-}
-
-// How many of the words stand in front of the node: it is named by the last of them, or by the one before its keys.
-std::size_t words_before(const proto::Words &words, const proto::TreeNode &first)
-{
-    for (std::size_t i = words.size(); i > 0; i--)
-        if (words[i - 1].substr(words[i - 1].find(':') + 1) == first.name) return i - 1;
-    return 0;
 }
 
 } // namespace
-
-std::size_t put_under_path(const proto::Words &asked, proto::Tree *answer)
-{
-    std::vector<proto::TreeNode> &nodes = answer->nodes;
-    if (nodes.empty() || nodes.front().name.find(':') != std::string::npos) return 0;
-    const bool keypath = asked.size() == 1 && asked.front().starts_with('/');
-    const proto::Words words = keypath ? words_of_keypath(asked.front()) : asked;
-    const std::size_t above = words_before(words, nodes.front());
-    std::vector<proto::TreeNode> opening(above, proto::TreeNode{proto::NodeKind::container, false, false, {}, "", ""});
-    for (std::size_t i = 0; i < above; i++)
-        opening[i].name = words[i];
-    nodes.insert(nodes.begin(), opening.begin(), opening.end());
-    nodes.resize(nodes.size() + above, proto::TreeNode{proto::NodeKind::end, false, false, {}, "", ""});
-    return above;
-}
 
 bool plant(const proto::Tree &tree, Node *root)
 {
@@ -137,7 +105,7 @@ std::vector<std::string> keys_of(const Node &entry)
 Yield harvest(const Node &root)
 {
     Yield yield;
-    harvest_below(root, "", &yield);
+    harvest_below(root, "", true, &yield);
     return yield;
 }
 

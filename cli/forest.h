@@ -1,4 +1,5 @@
-// The agent's depth-first answer as a tree that renderers can walk.
+// The agent's depth-first answer as a tree that renderers can walk. What was asked for stands inside all its ancestors,
+// so that every text and document made of it is complete by itself.
 #ifndef GW_CLI_FOREST_H
 #define GW_CLI_FOREST_H
 
@@ -19,11 +20,6 @@ struct Node {
 // False when the nodes do not nest or nest deeper than any model does.
 bool plant(const proto::Tree &tree, Node *root);
 
-// The agent answers with the nodes that were asked for, alone. Puts containers around them that are named like the
-// words in front of them, so that people see whole paths; gives how many. They are no data: a key becomes a container
-// too.
-std::size_t put_under_path(const proto::Words &asked, proto::Tree *answer);
-
 bool is(const Node &node, proto::NodeKind kind);
 // Without the module.
 std::string_view local_name(const Node &node);
@@ -40,7 +36,7 @@ struct Mark {
 };
 
 struct Yield {
-    std::size_t values = 0; // leaves and leaf-list values
+    std::size_t values = 0; // leaves and leaf-list values; not the keys that only lead to what was asked for
     std::vector<Mark> marks;
 };
 

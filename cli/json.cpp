@@ -138,16 +138,13 @@ std::string json_array(const std::vector<std::string> &values)
     return joined(values, '[', ']');
 }
 
-std::string json_tree(const Node &root, std::size_t above)
+std::string json_tree(const Node &root)
 {
     std::vector<std::string> errors;
     for (const Mark &mark : harvest(root).marks)
         errors.push_back(json_object({json_text("path", mark.path), json_text("text", mark.text)}));
-    const Node *data = &root;
-    for (std::size_t i = 0; i < above && !data->children.empty(); i++)
-        data = &data->children.front();
-    if (errors.empty()) return json_children(*data, {});
-    return json_children(*data, {json_member("errors", json_array(errors))});
+    if (errors.empty()) return json_children(root, {});
+    return json_children(root, {json_member("errors", json_array(errors))});
 }
 
 } // namespace cli

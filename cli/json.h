@@ -22,8 +22,7 @@ std::string json_array(const std::vector<std::string> &values);
 
 // An object of the top-level nodes; 64-bit integers are strings, lists are arrays. What could not be read is left out
 // and listed in a member "errors": [{"path":...,"text":...}], which no node's name can be, as those carry a module.
-// The first `above` levels are left out: see put_under_path().
-std::string json_tree(const Node &root, std::size_t above = 0);
+std::string json_tree(const Node &root);
 
 } // namespace cli
 

@@ -16,9 +16,8 @@ namespace cli {
 enum class Verb : std::uint8_t { commit, validate, confirm, abort };
 
 struct Printer {
-    // `above`: levels that are no data, see put_under_path().
-    std::string (*tree)(const Node &root, std::size_t above, bool as_set_commands);
-    std::string (*view)(const View &view, const Node &root, std::size_t above);
+    std::string (*tree)(const Node &root, bool as_set_commands);
+    std::string (*view)(const View &view, const Node &root);
     std::string (*pairs)(const proto::Pairs &pairs);
     std::string (*diff)(const proto::Diff &diff);
     std::string (*commit)(const proto::CommitReply &reply, Verb verb, std::uint32_t confirm_seconds);

@@ -27,14 +27,14 @@ std::string utc_time(std::int64_t seconds)
     return text;
 }
 
-std::string tree(const Node &root, std::size_t above, bool)
+std::string tree(const Node &root, bool)
 {
-    return line(json_tree(root, above));
+    return line(json_tree(root));
 }
 
-std::string view(const View &, const Node &root, std::size_t above)
+std::string view(const View &, const Node &root)
 {
-    return line(json_tree(root, above));
+    return line(json_tree(root));
 }
 
 std::string pairs(const proto::Pairs &list)

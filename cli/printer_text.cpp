@@ -13,15 +13,10 @@ namespace {
 
 using proto::printable;
 
-std::string tree(const Node &root, std::size_t, bool as_set_commands)
+std::string tree(const Node &root, bool as_set_commands)
 {
     const std::string text = as_set_commands ? set_commands(root) : indented_text(root);
     return text.empty() ? "# nothing here\n" : text;
-}
-
-std::string view(const View &view, const Node &root, std::size_t)
-{
-    return view_text(view, root);
 }
 
 std::string pairs(const proto::Pairs &list)
@@ -125,6 +120,6 @@ std::string local_time(std::int64_t seconds)
     return text;
 }
 
-constexpr Printer text_printer = {tree, view, pairs, diff, commit, rollbacks, event, done, problem};
+constexpr Printer text_printer = {tree, view_text, pairs, diff, commit, rollbacks, event, done, problem};
 
 } // namespace cli

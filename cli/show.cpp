@@ -20,15 +20,14 @@ int show_tree(Cli *cli, const Call &call, const proto::Get &get)
     Node root;
     Problem why;
     if (!request(cli, proto::Op::get, proto::encode(get), name_of(*call.command), &tree, &why)) return fail(*cli, why);
-    const std::size_t above = put_under_path(get.path, &tree);
     if (!plant(tree, &root)) return fail(*cli, failed_problem("protocol", "the agent's answer does not nest"));
     const Yield yield = harvest(root);
     if (yield.values == 0 && !yield.marks.empty()) return fail(*cli, nothing_read(yield.marks));
     const Printer &printer = printer_of(*cli);
     if (call.command->view != nullptr) {
-        put(*cli, printer.view(*call.command->view, root, above));
+        put(*cli, printer.view(*call.command->view, root));
     } else {
-        put(*cli, printer.tree(root, above, has(call.options, opt_set)));
+        put(*cli, printer.tree(root, has(call.options, opt_set)));
     }
     return exit_ok;
 }

@@ -1,11 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <map>
-
 #include "cli/command.h"
 #include "cli/complete.h"
 #include "cli/handlers.h"
 #include "cli/help.h"
+#include "cli/words.h"
 
 namespace {
 
@@ -34,21 +33,11 @@ TEST(CommandTable, TakesWordsThatAreCutAndSaysWhatElseItWouldTake)
         {cli::in_operation, {"sh", "conf", "interface"}, "show configuration/2"                                },
         {cli::in_operation, {"sh", "int", "b"},          "show interface brief/3"                              },
         {cli::in_operation, {"sh", "ip", "d", "p"},      "show ip dhcp pool/4"                                 },
-        {cli::in_operation, {"r", "l"},                  "rollback list/2"                                     },
         {cli::in_configure, {"rollback", "3"},           "rollback/1"                                          },
         {cli::in_configure, {"show", "interface"},       "show/1"                                              },
-        {cli::in_configure, {"de", "ip"},                "delete/1"                                            },
         {cli::in_configure, {"di"},                      "ambiguous word 'di'; may be diff or discard"         },
-        {cli::in_operation, {"show", "ip"},              "incomplete command 'show ip'; expected dhcp or nat"  },
         {cli::in_operation, {"sh", "ip", "x"},           "unknown word 'x' after 'sh ip'; expected dhcp or nat"},
-        {cli::in_operation,
-         {"commit"},
-         "unknown command 'commit'; expected show, clear, watch, configure, rollback, "
-         "load, help, exit or quit"                                                                            },
-        {cli::in_operation,
-         {""},
-         "unknown command ''; expected show, clear, watch, configure, rollback, load, help, "
-         "exit or quit"                                                                                        },
+        {cli::in_configure, {"rollback", "list", "1"},   "rollback list/2"                                     },
     };
     for (const auto &row : rows) {
         const cli::Lookup found = cli::look_up(row.mode, row.words);
@@ -69,29 +58,28 @@ std::string offered(cli::Cli *session, const std::string &line)
 
 TEST(Completion, WithoutAnAgentComesFromTheTable)
 {
+    const struct {
+        unsigned mode;
+        const char *line;
+        const char *offered;
+    } rows[] = {
+        {cli::in_operation, "sh i",                          "interface ip []"         },
+        {cli::in_operation, "sh int ",                       "brief detail table []"   },
+        {cli::in_operation, "watch notifications t",         "traps [traps ]"          },
+        {cli::in_operation, "show conf --d",                 "--defaults [--defaults ]"},
+        {cli::in_operation, "show nothing ",                 " []"                     },
+        {cli::in_operation, "show configuration interface ", " []"                     },
+        {cli::in_configure, "commit confirmed ",             "<SECONDS> []"            },
+        {cli::in_configure, "commit confirmed 60 ",          "confirmed comment [co]"  },
+        {cli::in_configure, "rollback ",                     "list [list ]"            },
+        {cli::in_configure, "set x --j",                     " []"                     },
+    };
     cli::Cli session;
     session.link.port = 1; // nobody listens there
-    const std::map<std::string, std::string> rows = {
-        {"w",                             "watch [watch ]"          },
-        {"sh i",                          "interface ip []"         },
-        {"sh int ",                       "brief detail table []"   },
-        {"watch notifications t",         "traps [traps ]"          },
-        {"help sh st",                    "status [status ]"        },
-        {"show status --",                "--json [--json ]"        },
-        {"show conf --d",                 "--defaults [--defaults ]"},
-        {"show nothing ",                 " []"                     },
-        {"c",                             "clear configure []"      },
-        {"show status ",                  " []"                     },
-        {"show configuration interface ", " []"                     },
-    };
-    for (const auto &[line, words] : rows)
-        EXPECT_EQ(offered(&session, line), words) << line;
-    session.mode = cli::in_configure;
-    EXPECT_EQ(offered(&session, "commit con"), "confirmed [confirmed ]");
-    EXPECT_EQ(offered(&session, "commit confirmed "), "<SECONDS> []");
-    EXPECT_EQ(offered(&session, "commit confirmed 60 "), "confirmed comment [co]");
-    EXPECT_EQ(offered(&session, "rollback "), "list [list ]");
-    EXPECT_EQ(offered(&session, "set x --j"), " []");
+    for (const auto &row : rows) {
+        session.mode = row.mode;
+        EXPECT_EQ(offered(&session, row.line), row.offered) << row.line;
+    }
 }
 
 TEST(Completion, QuotesWhatItInserts)
@@ -105,45 +93,47 @@ TEST(Completion, QuotesWhatItInserts)
         {"Laä", ""}
     }; // both begin with the same byte of the last letter
     EXPECT_EQ(cli::insertion({cli::split_typed("set d L"), completion.list}), "La");
-    EXPECT_EQ(cli::candidate_list({
-                  {            },
-                  { {"", "an address"}, {"a b", "x"}}
-    }),
-              "  <value>  an address\n  \"a b\"    x\n");
+    const std::vector<proto::Candidate> listed = {
+        {"",    "an address"},
+        {"a b", "x"         }
+    };
+    EXPECT_EQ(cli::candidate_list({{}, listed}), "  <value>  an address\n  \"a b\"    x\n");
 }
 
 TEST(Options, AreTakenOutWhereverTheyStand)
 {
-    const std::vector<cli::Word> words = {
-        {"show",      false},
-        {"--json",    false},
-        {"--count=3", false},
-        {"--set",     true },
-        {"--",        false},
-        {"--port",    false}
-    };
     cli::Options options;
     proto::Words rest;
     std::string why;
-    ASSERT_TRUE(cli::take_options(words, 0, &options, &rest, &why));
+    const cli::Typed typed = cli::split_typed("show --json --count=3 \"--set\" -- --port ");
+    EXPECT_TRUE(cli::take_options(typed.words, 0, &options, &rest, &why));
     EXPECT_EQ(rest, (proto::Words{"show", "--set", "--port"}));
     EXPECT_EQ(options.given, cli::opt_json | cli::opt_count);
     EXPECT_EQ(options.count, 3U);
-    const std::map<std::string, std::string> refused = {
-        {"--jason",      "unknown option --jason; --help lists them"         },
-        {"--json=1",     "--json takes no value"                             },
-        {"--count=0",    "--count takes a number from 1, not '0'"            },
-        {"--count",      "--count takes a number from 1, not ''"             },
-        {"--port=70000", "--port takes a number from 1 to 65535, not '70000'"},
+}
+
+TEST(Words, AreSplitAsTheyWereQuoted)
+{
+    const struct {
+        const char *line;
+        proto::Words words;
+    } rows[] = {
+        {"  \t ",                    {}                        },
+        {"  # set a b",              {}                        },
+        {" set\ta  #b \r\n",         {"set", "a", "#b"}        },
+        {"set d LAN\\ port\\\\",     {"set", "d", "LAN port\\"}},
+        {"set d \"a \\\"b\\\" c\"x", {"set", "d", "a \"b\" cx"}},
+        {"set d \"\"",               {"set", "d", ""}          },
     };
-    for (const auto &[word, text] : refused) {
-        EXPECT_FALSE(cli::take_options(
-            {
-                {word, false}
-        },
-            0, &options, &rest, &why))
-            << word;
-        EXPECT_EQ(why, text);
+    std::vector<cli::Word> words;
+    std::string why;
+    for (const auto &row : rows) {
+        EXPECT_TRUE(cli::split_line(row.line, &words, &why)) << row.line;
+        EXPECT_EQ(cli::texts_of(words), row.words) << row.line;
+    }
+    for (const std::string text : {"0/0", "", "two words", "a\"b\\c", "#1", "why?", "tab\there", "ä ö"}) {
+        EXPECT_TRUE(cli::split_line("x " + cli::quote_word(text), &words, &why)) << text;
+        EXPECT_EQ(cli::texts_of(words, 1), proto::Words{text});
     }
 }
 

@@ -1,6 +1,7 @@
 #include "unit/cli/fake_agent.h"
 
-#include <cstdlib>
+#include <gtest/gtest.h>
+
 #include <netinet/in.h>
 #include <ostream>
 #include <sys/socket.h>
@@ -9,27 +10,6 @@
 #include "cli/run.h"
 
 namespace {
-
-void send_all(int fd, const std::string &bytes)
-{
-    if (send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) < 0) return;
-}
-
-// False when the connection is to be closed.
-bool answer_frame(FakeAgent *agent, int fd, const proto::Frame &frame)
-{
-    if (frame.op == proto::Op::hello) {
-        send_all(fd, proto::make_frame(proto::Op::reply, frame.id,
-                                       proto::encode(proto::HelloReply{agent->version, "test"})));
-        return true;
-    }
-    agent->lock.lock();
-    const Answer answer = agent->script(frame.op, frame.payload);
-    agent->lock.unlock();
-    if (!answer.silent && !answer.hang_up)
-        send_all(fd, proto::make_frame(answer.op, frame.id, answer.payload) + answer.after);
-    return !answer.hang_up;
-}
 
 void serve(FakeAgent *agent, int fd)
 {
@@ -40,7 +20,9 @@ void serve(FakeAgent *agent, int fd)
         proto::Frame frame;
         std::size_t used = 0;
         while (proto::next_frame(bytes, &frame, &used) == proto::Parse::complete) {
-            if (!answer_frame(agent, fd, frame)) return;
+            const std::lock_guard guard(agent->lock);
+            const std::optional<std::string> answer = agent->script(frame);
+            if (!answer || send(fd, answer->data(), answer->size(), MSG_NOSIGNAL) < 0) return;
             bytes.erase(0, used);
         }
     }
@@ -48,12 +30,23 @@ void serve(FakeAgent *agent, int fd)
 
 void accept_all(FakeAgent *agent)
 {
-    for (int fd = 0; (fd = accept(agent->listener, nullptr, nullptr)) >= 0;) {
-        agent->connection = fd;
-        if (!agent->stopping) serve(agent, fd);
-        agent->connection = -1;
-        close(fd);
-    }
+    for (int fd = 0; (fd = accept(agent->listener, nullptr, nullptr)) >= 0; close(fd))
+        serve(agent, fd);
+}
+
+template <typename Record> Record decoded(const proto::Frame &frame)
+{
+    Record record;
+    EXPECT_TRUE(proto::decode(frame.payload, &record));
+    return record;
+}
+
+std::string joined(const proto::Words &words)
+{
+    std::string text;
+    for (const std::string &word : words)
+        text += (text.empty() ? "" : "|") + word;
+    return text;
 }
 
 } // namespace
@@ -65,7 +58,7 @@ FakeAgent::FakeAgent(Script answers) : script(std::move(answers))
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (bind(listener, reinterpret_cast<sockaddr *>(&address), size) != 0 || listen(listener, 4) != 0) std::abort();
+    EXPECT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), size) | listen(listener, 4), 0);
     getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
     port = ntohs(address.sin_port);
     thread = std::thread(accept_all, this);
@@ -73,21 +66,67 @@ FakeAgent::FakeAgent(Script answers) : script(std::move(answers))
 
 FakeAgent::~FakeAgent()
 {
-    stopping = true;
     shutdown(listener, SHUT_RDWR);
-    if (connection >= 0) shutdown(connection, SHUT_RDWR);
     thread.join();
     close(listener);
 }
 
-Answer refusal(proto::ErrorCode code, const std::string &path, const std::string &text)
+std::optional<std::string> Gateway::operator()(const proto::Frame &frame)
 {
-    return {proto::Op::error, proto::encode(proto::Error{code, path, text}), "", false, false};
-}
-
-std::string event_frame(const proto::Event &event)
-{
-    return proto::make_frame(proto::Op::event, 0, proto::encode(event));
+    const auto refusal = [&](proto::ErrorCode code, Text path, Text text) {
+        return proto::make_frame(proto::Op::error, frame.id, proto::encode(proto::Error{code, path, text}));
+    };
+    const auto reply = [&](const auto &record) {
+        return proto::make_frame(proto::Op::reply, frame.id, proto::encode(record));
+    };
+    const std::string nothing = proto::make_frame(proto::Op::reply, frame.id, "");
+    if (frame.op == proto::Op::hello) return reply(proto::HelloReply{proto::version, "test"});
+    if (frame.op == proto::Op::get) {
+        const auto get = decoded<proto::Get>(frame);
+        log += "get " + std::to_string(static_cast<int>(get.source)) + (get.with_defaults ? " defaults " : " ") +
+               joined(get.path) + "\n";
+        return reply(tree);
+    }
+    if (frame.op == proto::Op::edit) {
+        const auto edit = decoded<proto::Edit>(frame);
+        log += (edit.remove ? "delete " : "set ") + joined(edit.path) + "\n";
+        if (edit.path[0] == "die") return {};
+        return edit.path[0] != "bad" ? nothing : refusal(proto::ErrorCode::bad_path, "/", "\"bad\" is not known here");
+    }
+    if (frame.op == proto::Op::commit) {
+        const auto commit = decoded<proto::Commit>(frame);
+        const std::size_t accepted = commit.accepted.size();
+        log += "commit " + std::to_string(commit.confirm_seconds) + " " + commit.comment + " " +
+               std::to_string(accepted) + "\n";
+        if (!refuse_commit.empty()) return refusal(proto::ErrorCode::refused, "/ip/dhcp", refuse_commit);
+        if (commit.accepted == warnings) return reply(proto::CommitReply{proto::Outcome::done, 5, {}});
+        return reply(proto::CommitReply{proto::Outcome::needs_acceptance, 0, {warnings[accepted]}});
+    }
+    if (frame.op == proto::Op::load) {
+        const auto load = decoded<proto::Load>(frame);
+        log += (load.replace ? "replace " : "merge ") + load.json + "\n";
+        return nothing;
+    }
+    if (frame.op == proto::Op::watch) {
+        log += "watch " + std::to_string(decoded<proto::Watch>(frame).mask) + "\n";
+        const proto::Event commit{proto::watch_commits, 1795380077042, "commit", {{"/a/c", ""}}};
+        const proto::Event trap{proto::watch_traps, 1795380078000, "linkDown", {{"ifIndex", "1\n"}}};
+        return nothing + proto::make_frame(proto::Op::event, 0, proto::encode(commit)) +
+               proto::make_frame(proto::Op::event, 0, proto::encode(trap));
+    }
+    if (frame.op == proto::Op::status) return reply(proto::Pairs{{{"peer 1", "client\x1b[2J"}}});
+    if (frame.op == proto::Op::rollbacks) return reply(proto::Rollbacks{{{1, 17, 1795380077, "before the move"}}});
+    if (frame.op == proto::Op::complete) return reply(proto::Candidates{{{"interface", "Ports"}}});
+    if (frame.op == proto::Op::diff) {
+        const std::vector<proto::Change> changes = {
+            {'+', "/a/l{1}", "",  "" },
+            {'~', "/a/m",    "1", "2"},
+            {'-', "/a/n",    "x", "" }
+        };
+        return reply(proto::Diff{changes});
+    }
+    log += "operation " + std::to_string(static_cast<int>(frame.op)) + "\n";
+    return nothing;
 }
 
 void PrintTo(const Ran &ran, std::ostream *stream)
@@ -99,41 +138,22 @@ Ran run_gwcli(const FakeAgent &agent, const std::vector<std::string> &arguments,
 {
     char *out = nullptr;
     char *err = nullptr;
-    std::size_t out_size = 0;
-    std::size_t err_size = 0;
+    std::size_t size = 0;
     std::FILE *file = std::tmpfile();
     std::fputs(input.c_str(), file);
     std::rewind(file);
     cli::Cli session;
-    session.out = open_memstream(&out, &out_size);
-    session.err = open_memstream(&err, &err_size);
+    session.out = open_memstream(&out, &size);
+    session.err = open_memstream(&err, &size);
     session.link.port = agent.port;
     session.timeouts = {300, 600};
-    Ran ran;
     std::unique_lock(agent.lock).unlock(); // what the test wrote is for the script to read, and the other way round
-    ran.status = cli::run(&session, arguments, file);
+    const int status = cli::run(&session, arguments, file);
     std::unique_lock(agent.lock).unlock();
-    std::fclose(session.out);
-    std::fclose(session.err);
-    std::fclose(file);
-    ran.out.assign(out, out_size);
-    ran.err.assign(err, err_size);
+    for (std::FILE *stream : {session.out, session.err, file})
+        std::fclose(stream);
+    Ran ran{status, out, err};
     std::free(out);
     std::free(err);
     return ran;
-}
-
-proto::TreeNode node(proto::NodeKind kind, const std::string &name, const std::string &text, proto::ValueType type)
-{
-    return {kind, false, false, type, name, text};
-}
-
-proto::TreeNode key(const std::string &name, const std::string &text, proto::ValueType type)
-{
-    return {proto::NodeKind::leaf, true, false, type, name, text};
-}
-
-proto::TreeNode by_default(const std::string &name, const std::string &text, proto::ValueType type)
-{
-    return {proto::NodeKind::leaf, false, true, type, name, text};
 }

@@ -1,39 +1,23 @@
-// An agent in a thread that answers each request as the test says, and gwcli against it within this process.
+// An agent in a thread that answers as the test says, and gwcli against it within this process.
 #ifndef GW_TESTS_CLI_FAKE_AGENT_H
 #define GW_TESTS_CLI_FAKE_AGENT_H
 
-#include <atomic>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
-#include <string_view>
 #include <thread>
 #include <vector>
 
 #include "protocol/client.h"
 #include "protocol/frame.h"
-#include "protocol/hello.h"
 
-struct Answer {
-    proto::Op op = proto::Op::reply;
-    std::string payload;
-    std::string after;    // bytes sent behind the answer, such as events
-    bool silent = false;  // no answer
-    bool hang_up = false; // close the connection instead
-};
-
-using Script = std::function<Answer(proto::Op, std::string_view payload)>;
-
-template <typename Record> Answer reply(const Record &record)
-{
-    return {proto::Op::reply, proto::encode(record), "", false, false};
-}
-Answer refusal(proto::ErrorCode code, const std::string &path, const std::string &text);
-std::string event_frame(const proto::Event &event);
+// The bytes that answer a frame; none: the agent closes the connection.
+using Script = std::function<std::optional<std::string>(const proto::Frame &)>;
 
 struct FakeAgent {
-    explicit FakeAgent(Script answers); // the hello is answered by itself
-    ~FakeAgent();
+    explicit FakeAgent(Script answers);
+    ~FakeAgent(); // after its clients have left
     FakeAgent(const FakeAgent &) = delete;
     FakeAgent &operator=(const FakeAgent &) = delete;
 
@@ -41,10 +25,17 @@ struct FakeAgent {
     mutable std::mutex lock;
     int listener = -1;
     std::uint16_t port = 0;
-    std::atomic<std::uint16_t> version = proto::version; // said in the answer to the hello
-    std::atomic<int> connection{-1};
-    std::atomic<bool> stopping = false;
     std::thread thread;
+};
+
+// A script: the agent of a gateway with one candidate. Refuses paths that begin with "bad", hangs up at "die".
+struct Gateway {
+    std::string log;                     // what it was asked
+    proto::Tree tree;                    // what it reads
+    std::vector<proto::Remark> warnings; // a commit brings one at a time until all are accepted
+    std::string refuse_commit;           // why
+
+    std::optional<std::string> operator()(const proto::Frame &frame);
 };
 
 struct Ran {
@@ -64,20 +55,24 @@ template <typename... Nodes> proto::Tree tree_of(const Nodes &...nodes)
 {
     return {{nodes...}};
 }
-proto::TreeNode node(proto::NodeKind kind, const std::string &name = "", const std::string &text = "",
-                     proto::ValueType type = proto::ValueType::noexists);
-proto::TreeNode key(const std::string &name, const std::string &text, proto::ValueType type = proto::ValueType::buf);
-proto::TreeNode by_default(const std::string &name, const std::string &text, proto::ValueType type);
-
 using Text = const std::string &;
 using proto::NodeKind;
-inline const auto in = [](Text name) { return node(NodeKind::container, name); };
-inline const auto entry = [](Text name) { return node(NodeKind::entry, name); };
-inline const auto leaf = [](Text name, Text text, proto::ValueType type = proto::ValueType::buf) {
-    return node(NodeKind::leaf, name, text, type);
+using proto::TreeNode;
+using proto::ValueType;
+inline const auto in = [](Text name) { return TreeNode{NodeKind::container, false, false, {}, name, ""}; };
+inline const auto entry = [](Text name) { return TreeNode{NodeKind::entry, false, false, {}, name, ""}; };
+inline const auto mark = [](Text name, Text why) {
+    return TreeNode{NodeKind::error_mark, false, false, {}, name, why};
 };
-inline const auto item = [](Text name, Text text) { return node(NodeKind::item, name, text, proto::ValueType::ipv4); };
-inline const auto mark = [](Text name, Text why) { return node(NodeKind::error_mark, name, why); };
-inline const auto end = [] { return node(NodeKind::end); };
+inline const auto item = [](Text name, Text text) {
+    return TreeNode{NodeKind::item, false, false, ValueType::ipv4, name, text};
+};
+inline const auto leaf = [](Text name, Text text, ValueType type = ValueType::buf, bool is_default = false) {
+    return TreeNode{NodeKind::leaf, false, is_default, type, name, text};
+};
+inline const auto key = [](Text name, Text text, ValueType type = ValueType::buf) {
+    return TreeNode{NodeKind::leaf, true, false, type, name, text};
+};
+inline const TreeNode end = {NodeKind::end, false, false, {}, "", ""};
 
 #endif

@@ -1,14 +1,11 @@
 #include <gtest/gtest.h>
 
 #include "cli/json.h"
-#include "cli/table.h"
 #include "cli/tree_text.h"
 #include "cli/view.h"
 #include "unit/cli/fake_agent.h"
 
 namespace {
-
-using proto::ValueType;
 
 // Must outlive the node.
 cli::Node planted(const proto::Tree &tree)
@@ -18,80 +15,62 @@ cli::Node planted(const proto::Tree &tree)
     return root;
 }
 
-const proto::Tree configuration = tree_of(
-    in("gw-system:interface"), entry("GigabitEthernet"), key("port", "0/0"), leaf("description", "LAN port"), in("ip"),
-    in("address"), in("v4"), leaf("ip", "10.1.1.1", ValueType::ipv4), leaf("mask", "255.255.255.0", ValueType::ipv4),
-    end(), end(), end(), end(), entry("Cellular"), key("port", "1/0"), end(), end(), in("gw-system:ip"), in("dhcp"),
-    in("pool"), in("lease"), by_default("lease-days", "1", ValueType::uint16), end(), in("options"), entry("option"),
-    key("code", "6", ValueType::uint8), item("ip", "10.0.0.1"), item("ip", "10.0.0.2"), end(), end(), end(), end(),
-    end(), in("gw-snmp:snmp"), leaf("disable", "false", ValueType::boolean), in("trap"), entry("target"),
-    key("target-address", "10.0.0.9"), key("udp-port", "162", ValueType::uint16), leaf("community", "a \"b\"\x1b"),
-    end(), end(), end());
+const proto::Tree configuration =
+    tree_of(in("gw-system:interface"), entry("GigabitEthernet"), key("port", "0/0"), leaf("description", "LAN port"),
+            in("ip"), in("address"), in("v4"), leaf("ip", "10.1.1.1", ValueType::ipv4), end, end, end, end,
+            entry("Cellular"), key("port", "1/0"), end, end, in("gw-system:ip"), in("dhcp"), in("pool"), in("lease"),
+            leaf("lease-days", "1", ValueType::uint16, true), end, in("options"), entry("option"),
+            key("code", "6", ValueType::uint8), item("ip", "10.0.0.1"), item("ip", "10.0.0.2"), end, end, end, end, end,
+            in("gw-snmp:snmp"), in("trap"), entry("target"), key("target-address", "10.0.0.9"),
+            key("udp-port", "162", ValueType::uint16), leaf("community", "a \"b\"\x1b"), end, end, end);
 
-TEST(TreeText, IsIndentedAndItsLinesMakePaths)
+TEST(Trees, AreIndentedSoThatTheirLinesMakePathsOrSetCommandsOrJson)
 {
     EXPECT_EQ(cli::indented_text(planted(configuration)), "interface\n"
                                                           "  GigabitEthernet 0/0\n"
                                                           "    description \"LAN port\"\n"
-                                                          "    ip address v4\n"
-                                                          "      ip 10.1.1.1\n"
-                                                          "      mask 255.255.255.0\n"
+                                                          "    ip address v4 ip 10.1.1.1\n"
                                                           "  Cellular 1/0\n"
                                                           "ip dhcp pool\n"
                                                           "  lease lease-days 1  (default)\n"
                                                           "  options option 6\n"
                                                           "    ip 10.0.0.1\n"
                                                           "    ip 10.0.0.2\n"
-                                                          "snmp\n"
-                                                          "  disable false\n"
-                                                          "  trap target 10.0.0.9 162 community "
+                                                          "snmp trap target 10.0.0.9 162 community "
                                                           "\"a \\\"b\\\"\\\\x1b\"\n");
-}
-
-TEST(TreeText, AsSetCommandsHasAllTheWords)
-{
     EXPECT_EQ(cli::set_commands(planted(configuration)),
               "set interface GigabitEthernet 0/0 description \"LAN port\"\n"
               "set interface GigabitEthernet 0/0 ip address v4 ip 10.1.1.1\n"
-              "set interface GigabitEthernet 0/0 ip address v4 mask 255.255.255.0\n"
               "set interface Cellular 1/0\n"
               "set ip dhcp pool lease lease-days 1\n"
               "set ip dhcp pool options option 6 ip 10.0.0.1\n"
               "set ip dhcp pool options option 6 ip 10.0.0.2\n"
-              "set snmp disable false\n"
               "set snmp trap target 10.0.0.9 162 community \"a \\\"b\\\"\\\\x1b\"\n");
-}
-
-TEST(TreeJson, EncodesAsTheStandardSays)
-{
     EXPECT_EQ(cli::json_tree(planted(configuration)),
               R"({"gw-system:interface":{"GigabitEthernet":[{"port":"0/0","description":"LAN port",)"
-              R"("ip":{"address":{"v4":{"ip":"10.1.1.1","mask":"255.255.255.0"}}}}],"Cellular":[{"port":"1/0"}]},)"
+              R"("ip":{"address":{"v4":{"ip":"10.1.1.1"}}}}],"Cellular":[{"port":"1/0"}]},)"
               R"("gw-system:ip":{"dhcp":{"pool":{"lease":{"lease-days":1},)"
               R"("options":{"option":[{"code":6,"ip":["10.0.0.1","10.0.0.2"]}]}}}},)"
-              R"("gw-snmp:snmp":{"disable":false,"trap":{"target":[{"target-address":"10.0.0.9","udp-port":162,)"
+              R"("gw-snmp:snmp":{"trap":{"target":[{"target-address":"10.0.0.9","udp-port":162,)"
               R"("community":"a \"b\"\u001b"}]}}})");
 }
 
-TEST(TreeJson, QuotesByTypeAndStaysValidWhateverTheTextIs)
+TEST(Json, QuotesByTypeAndStaysValidWhateverTheTextIs)
 {
     const struct {
         ValueType type;
         const char *text;
         const char *json;
     } rows[] = {
-        {ValueType::uint64,     "5",                    "\"5\""                   },
-        {ValueType::uint64,     "18446744073709551615", "\"18446744073709551615\""},
-        {ValueType::int64,      "-1",                   "\"-1\""                  },
-        {ValueType::uint32,     "4294967295",           "4294967295"              },
-        {ValueType::int8,       "-128",                 "-128"                    },
-        {ValueType::int32,      "007",                  "\"007\""                 },
-        {ValueType::uint16,     "",                     "\"\""                    },
-        {ValueType::boolean,    "true",                 "true"                    },
-        {ValueType::boolean,    "maybe",                "\"maybe\""               },
-        {ValueType::enum_value, "up",                   "\"up\""                  },
-        {ValueType::noexists,   "",                     "[null]"                  },
-        {ValueType::buf,        "a\nb\xff\\",           "\"a\\nb\\\\xff\\\\\""    },
+        {ValueType::uint64,   "18446744073709551615", "\"18446744073709551615\""},
+        {ValueType::int64,    "-1",                   "\"-1\""                  },
+        {ValueType::uint32,   "4294967295",           "4294967295"              },
+        {ValueType::int32,    "007",                  "\"007\""                 },
+        {ValueType::uint16,   "",                     "\"\""                    },
+        {ValueType::boolean,  "true",                 "true"                    },
+        {ValueType::boolean,  "maybe",                "\"maybe\""               },
+        {ValueType::noexists, "",                     "[null]"                  },
+        {ValueType::buf,      "a\nb\xff\\",           "\"a\\nb\\\\xff\\\\\""    },
     };
     for (const auto &row : rows) {
         const proto::Tree tree = tree_of(leaf("m:l", row.text, row.type));
@@ -102,44 +81,19 @@ TEST(TreeJson, QuotesByTypeAndStaysValidWhateverTheTextIs)
 TEST(Trees, ThatDoNotNestAreRefused)
 {
     cli::Node root;
-    EXPECT_FALSE(cli::plant({{in("a")}}, &root));
-    EXPECT_FALSE(cli::plant({{end()}}, &root));
-    EXPECT_FALSE(cli::plant(
-        {
-            {in("a"), end(), end()}
-    },
-        &root));
+    for (const proto::Tree &tree : {tree_of(in("a")), tree_of(end), tree_of(in("a"), end, end)})
+        EXPECT_FALSE(cli::plant(tree, &root));
     proto::Tree deep;
     deep.nodes.resize(100'000, in("a"));
-    deep.nodes.resize(200'000, end());
+    deep.nodes.resize(200'000, end);
     EXPECT_FALSE(cli::plant(deep, &root));
-}
-
-TEST(Trees, OfASubtreeGetTheirPathBack)
-{
-    const proto::Tree answer = tree_of(entry("GigabitEthernet"), key("port", "0/0"), leaf("description", "x"), end());
-    const proto::Words all = {"gw-system:interface", "GigabitEthernet"};
-    const proto::Words one = {"interface", "GigabitEthernet", "0/0"};
-    proto::Tree tree;
-    for (const proto::Words &asked : {all, one, proto::Words{"/interface/GigabitEthernet{\"0/0\"}"}}) {
-        tree = answer;
-        EXPECT_EQ(cli::put_under_path(asked, &tree), 1U);
-        EXPECT_EQ(cli::set_commands(planted(tree)), "set interface GigabitEthernet 0/0 description x\n");
-        EXPECT_EQ(cli::json_tree(planted(tree), 1), R"({"GigabitEthernet":[{"port":"0/0","description":"x"}]})");
-    }
-    tree = tree_of(leaf("ip", "10.1.1.1"));
-    cli::put_under_path({"interface", "GigabitEthernet", "0/0", "ip", "address", "v4", "ip"}, &tree);
-    EXPECT_EQ(cli::set_commands(planted(tree)), "set interface GigabitEthernet 0/0 ip address v4 ip 10.1.1.1\n");
-    tree = configuration;
-    EXPECT_EQ(cli::put_under_path({"interface"}, &tree), 0U);
-    EXPECT_EQ(tree.nodes, configuration.nodes);
 }
 
 const proto::Tree brief = tree_of(
     in("gw-oper:interface-view"), in("brief"), entry("GigabitEthernet"), key("port", "0/0"),
     leaf("ipv4-address", "10.1.1.1"), leaf("admin-state", "up"), mark("oper-state", "wrong type"),
-    leaf("media", "Büro-Port"), leaf("description", "Büro, "), end(), entry("GigabitEthernet"), key("port", "0/1"),
-    leaf("ipv4-address", "192.168.100.100"), end(), mark("Cellular", "nobody serves it\n"), end(), end());
+    leaf("media", "Büro-Port"), leaf("description", "Büro, "), end, entry("GigabitEthernet"), key("port", "0/1"),
+    leaf("ipv4-address", "192.168.100.100"), end, mark("Cellular", "nobody serves it\n"), end, end);
 
 TEST(View, ShowsRowsAndWhatCouldNotBeRead)
 {
@@ -158,37 +112,28 @@ TEST(View, ShowsRowsAndWhatCouldNotBeRead)
 
 TEST(View, HasBlocksRecordsUnitsAndFormats)
 {
-    const proto::Tree detail = tree_of(in("gw-oper:interface-view"), in("detail"), entry("Cellular"),
-                                       key("port", "1/0"), leaf("speed", "100"), leaf("rx-bps", "8000"), end(),
-                                       entry("Cellular"), key("port", "1/1"), leaf("role", "wan"), end(), end(), end());
-    EXPECT_EQ(cli::view_text(cli::view_interface_detail, planted(detail)), "Cellular 1/0\n"
-                                                                           "  Speed         100 Mbit/s\n"
-                                                                           "  Receive rate  8000 bit/s\n"
-                                                                           "\n"
-                                                                           "Cellular 1/1\n"
-                                                                           "  Role  wan\n");
+    const proto::Tree detail =
+        tree_of(in("gw-oper:interface-view"), in("detail"), entry("Cellular"), key("port", "1/0"), leaf("speed", "100"),
+                leaf("rx-bps", "8000"), end, entry("Cellular"), key("port", "1/1"), leaf("role", "wan"), end, end, end);
+    EXPECT_EQ(cli::view_text(cli::view_interface_detail, planted(detail)),
+              "Cellular 1/0\n  Speed         100 Mbit/s\n  Receive rate  8000 bit/s\n\nCellular 1/1\n  Role  wan\n");
+    const proto::Tree lease = tree_of(in("gw-oper:dhcp-server"), entry("binding"), key("client-address", "10.1.1.9"),
+                                      leaf("host-name", "P1D"), leaf("lease-remaining", "P1DT2H3M4S"), end, end);
+    EXPECT_EQ(cli::view_text(cli::view_dhcp_binding, planted(lease)),
+              "Address   Hardware  Host name  Client id  Remaining\n"
+              "10.1.1.9  -         P1D        -          1d 02:03:04\n");
+    EXPECT_EQ(cli::duration_text("P1Y2M"), "P1Y2M");
     const proto::Tree mib = tree_of(in("gw-oper:if-mib"), in("interfaces"), leaf("ifNumber", "1", ValueType::int32),
-                                    end(), entry("ifEntry"), key("ifIndex", "7", ValueType::int32),
+                                    end, entry("ifEntry"), key("ifIndex", "7", ValueType::int32),
                                     leaf("ifPhysAddress", "MDI6MTE6MjI6MzM6NDQ6NTU=", ValueType::binary),
-                                    leaf("ifHCInOctets", "123456789012", ValueType::uint64), end(), end());
+                                    leaf("ifHCInOctets", "123456789012", ValueType::uint64), end, end);
     EXPECT_EQ(cli::view_text(cli::view_snmp_interfaces, planted(mib)),
-              "Interfaces  1\n"
-              "\n"
-              "State\n"
+              "Interfaces  1\n\nState\n"
               "Index  Name  Type  Admin  Oper  MTU  Speed Mbit/s  Hardware           Description\n"
               "    7  -     -     -      -       -             -  02:11:22:33:44:55  -\n"
-              "\n"
-              "Traffic\n"
+              "\nTraffic\n"
               "Index     In octets  In unicast  Errors  Discards  Out octets  Out unicast  Errors  Discards\n"
               "    7  123456789012           -       -         -           -            -       -         -\n");
-}
-
-TEST(Durations, AreReadable)
-{
-    EXPECT_EQ(cli::duration_text("P1DT2H3M4S"), "1d 02:03:04");
-    EXPECT_EQ(cli::duration_text("PT59M"), "0d 00:59:00");
-    EXPECT_EQ(cli::duration_text("P1Y2M"), "P1Y2M");
-    EXPECT_EQ(cli::duration_text("soon"), "soon");
 }
 
 } // namespace
