@@ -74,7 +74,7 @@ TEST(Prompt, EditsCompletesAsksAndLeaves)
         {"",                   "gw> "                          },
         {"sh\tstat\t\n",       "peer 1  client"                }, // "show " and "status "
         {"",                   "gw> "                          },
-        {"show nonsense\x03",  "gw> "                          }, // Ctrl-C
+        {"show x\x03",         "gw> "                          }, // Ctrl-C
         {"show ?",             "transceiver    SFP module"     },
         {"",                   "gw> show "                     },
         {"\025conf\n",         "gw(config)# "                  },
