@@ -6,13 +6,13 @@
 #include "agent/model/complete.h"
 #include "agent/model/edit.h"
 #include "agent/model/render.h"
+#include "agent/text.h"
 
 namespace agent {
 
 namespace {
 
 constexpr std::uint32_t longest_confirmation = 24 * 60 * 60; // seconds
-constexpr std::size_t max_comment = 200;
 
 bool is_config(const lysc_node *node)
 {
@@ -210,7 +210,7 @@ void on_commit(Agent &agent, Request request, std::string_view payload)
 {
     proto::Commit record;
     if (!take(agent, request, payload, &record)) return;
-    record.comment = proto::printable(record.comment).substr(0, max_comment);
+    record.comment = cut_text(proto::printable(record.comment), max_comment);
     if (record.confirm_seconds > longest_confirmation) {
         refuse(agent, request, proto::ErrorCode::bad_value, "a confirmation can be awaited for 1..86400 seconds");
     } else {

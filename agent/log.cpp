@@ -3,6 +3,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "agent/text.h"
+
 namespace agent {
 
 namespace {
@@ -23,8 +25,9 @@ void log(int priority, const char *format, ...)
     char line[line_bytes];
     va_list args;
     va_start(args, format);
-    vsnprintf(line, sizeof line, format, args);
+    const int length = vsnprintf(line, sizeof line, format, args);
     va_end(args);
+    if (length >= line_bytes) line[whole_characters(line, line_bytes - 2)] = '\0';
     syslog(priority, "%s", line);
     if (echo_lines) fprintf(stderr, "gw-agent: %s\n", line);
 }

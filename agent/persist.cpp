@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "agent/log.h"
+#include "agent/text.h"
 #include "protocol/value.h"
 
 namespace agent {
@@ -21,7 +22,6 @@ namespace {
 
 constexpr std::string_view hash_mark = " hash=";
 constexpr std::size_t hash_digits = 16;
-constexpr std::size_t max_comment = 200;
 constexpr off_t max_file = 64L * 1024 * 1024;
 
 struct Descriptor {
@@ -69,7 +69,7 @@ std::string with_trailer(const Document &document)
     snprintf(numbers, sizeof numbers,
              "\n#gw length=%zu txid=%" PRIu64 " time=%" PRId64 " comment=", document.text.size(), document.stamp.txid,
              document.stamp.time);
-    std::string file = document.text + numbers + proto::printable(document.stamp.comment).substr(0, max_comment);
+    std::string file = document.text + numbers + cut_text(proto::printable(document.stamp.comment), max_comment);
     char hash[hash_digits + 1];
     snprintf(hash, sizeof hash, "%016" PRIx64, hash_of(file));
     return file.append(hash_mark).append(hash).append("\n");
@@ -133,7 +133,14 @@ bool link_file(const std::string &dir, const std::string &from, const std::strin
     const std::string source = dir + "/" + from;
     const std::string target = dir + "/" + to;
     if (link(source.c_str(), target.c_str()) == 0) return true;
-    if (errno == EEXIST && unlink(target.c_str()) == 0 && link(source.c_str(), target.c_str()) == 0) return true;
+    if (errno != EEXIST) return failed(error, "cannot link " + source + " to " + target);
+    struct stat old {};
+    struct stat wanted {};
+    const bool same = stat(source.c_str(), &wanted) == 0 && stat(target.c_str(), &old) == 0 &&
+                      wanted.st_dev == old.st_dev && wanted.st_ino == old.st_ino;
+    if (same) return true; // rename would leave both names
+    unlink((target + ".new").c_str());
+    if (link(source.c_str(), (target + ".new").c_str()) == 0) return put_in_place(dir, to, error);
     return failed(error, "cannot link " + source + " to " + target);
 }
 
@@ -168,6 +175,11 @@ Found read_document(const std::string &dir, const std::string &name, Document *d
     const Found found = read_file(dir + "/" + name, &bytes, why);
     if (found != Found::whole) return found;
     return split_trailer(bytes, document, why) ? Found::whole : Found::damaged;
+}
+
+bool has_file(const std::string &dir, const std::string &name)
+{
+    return access((dir + "/" + name).c_str(), F_OK) == 0;
 }
 
 void remove_file(const std::string &dir, const std::string &name)

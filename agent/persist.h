@@ -1,5 +1,5 @@
-// Files of the state directory. They are only ever replaced by rename, so a hard link to one stays whole and costs
-// nothing.
+// Files of the state directory. They are only ever replaced by rename, so a hard link to one stays whole unless
+// somebody else writes into it; then both are lost.
 //
 // A document is text followed by one line, "#gw length=N txid=N time=N comment=TEXT hash=H", where the hash (FNV-1a, 64
 // bit) covers all bytes before it: a file that is cut, empty or changed is noticed.
@@ -13,10 +13,12 @@
 
 namespace agent {
 
+inline constexpr std::size_t max_comment = 200; // bytes
+
 struct Stamp {
     std::uint64_t txid = 0;
     std::int64_t time = 0; // seconds since the epoch
-    std::string comment;   // made printable when written
+    std::string comment;   // made printable and cut when written
 };
 
 struct Document {
@@ -46,6 +48,7 @@ bool sync_directory(const std::string &dir);
 
 Found read_file(const std::string &path, std::string *bytes, std::string *why);
 Found read_document(const std::string &dir, const std::string &name, Document *document, std::string *why);
+bool has_file(const std::string &dir, const std::string &name);
 void remove_file(const std::string &dir, const std::string &name);
 // Renames a file that cannot be used to `name`.bad-N, so that somebody can look at it.
 void keep_aside(const std::string &dir, const std::string &name);
