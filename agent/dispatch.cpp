@@ -78,6 +78,10 @@ void frame_came(Agent &agent, PeerId peer, const proto::Frame &frame)
         take_answer(agent, peer, frame);
         return;
     }
+    if (frame.id == 0 && frame.op != proto::Op::notify && frame.op != proto::Op::trap) {
+        close_peer(agent.server, peer, "a request whose answer it does not want");
+        return;
+    }
     Session &session = agent.sessions.at(peer);
     const Request request{peer, frame.id};
     session.waiting++;

@@ -15,7 +15,7 @@ struct Agent;
 
 struct Request {
     PeerId peer = 0;
-    std::uint32_t id = 0; // 0: no answer is wanted
+    std::uint32_t id = 0; // 0: no answer is wanted; so come only notifications and traps
 };
 
 void answer(Agent &agent, Request request, std::string_view payload = {});

@@ -15,6 +15,7 @@
 #include <sys/socket.h>
 
 #include "agent/log.h"
+#include "agent/text.h"
 #include "protocol/value.h"
 #include "protocol/wire.h"
 
@@ -23,6 +24,7 @@ namespace agent {
 namespace {
 
 constexpr std::size_t max_name = 64;
+constexpr std::chrono::milliseconds longest_turn{2}; // of one peer, while it has requests waiting
 
 struct BufferDelete {
     void operator()(bufferevent *bev) const { bufferevent_free(bev); }
@@ -38,7 +40,8 @@ struct Connection {
     PeerInfo info;
     ServerState *server = nullptr;
     std::unique_ptr<bufferevent, BufferDelete> bev;
-    Timer deadline; // for the hello, and for a farewell to be read
+    Timer deadline;  // for the hello, and for a farewell to be read
+    Timer next_turn; // set while there is input that the last turn did not get to
     bool greeted = false;
     bool leaving = false; // a last message is on its way
     bool closing = false; // ended; freed by reap()
@@ -124,7 +127,7 @@ void greet(Connection &c, const proto::Frame &frame)
     c.deadline.reset();
     c.greeted = true;
     c.info.role = hello.role;
-    c.info.name = proto::printable(hello.name).substr(0, max_name);
+    c.info.name = cut_text(proto::printable(hello.name), max_name);
     c.info.pid = hello.pid;
     c.server->events.greeted(c.info);
     proto::HelloReply reply;
@@ -153,26 +156,44 @@ std::size_t frame_bytes(evbuffer *input)
     return proto::length_bytes + proto::get_u32(r);
 }
 
-void on_read(bufferevent *bev, void *context)
+// Works off the first frame of the input. False: there is no whole one, or none is taken any more.
+bool take_first(Connection &c)
+{
+    if (c.closing || c.leaving) return false;
+    evbuffer *input = bufferevent_get_input(c.bev.get());
+    const std::size_t have = evbuffer_get_length(input);
+    const std::size_t whole = frame_bytes(input);
+    if (whole == 0) return false;
+    // Of a frame that is not complete yet only the head is looked at, so that garbage is not waited for.
+    const bool complete = have >= whole && whole <= proto::length_bytes + proto::max_frame;
+    const std::size_t part = complete ? whole : std::min(have, proto::length_bytes + proto::header_bytes);
+    const auto *bytes = reinterpret_cast<const char *>(evbuffer_pullup(input, static_cast<ev_ssize_t>(part)));
+    proto::Frame frame;
+    std::size_t used = 0;
+    const proto::Parse parse = proto::next_frame({bytes, part}, &frame, &used);
+    if (parse == proto::Parse::malformed) end(c, "malformed frame");
+    if (parse != proto::Parse::complete) return false;
+    take_frame(c, frame);
+    evbuffer_drain(input, used);
+    return true;
+}
+
+// A timer, since what is made active at once comes before the sockets of the others are looked at.
+void take_turn(Connection &c)
+{
+    c.next_turn.reset();
+    const auto until = std::chrono::steady_clock::now() + longest_turn;
+    while (take_first(c)) {
+        if (std::chrono::steady_clock::now() < until) continue;
+        c.next_turn = start_timer(*c.server->loop, std::chrono::milliseconds(0), [&c] { take_turn(c); });
+        return;
+    }
+}
+
+void on_read(bufferevent * /*bev*/, void *context)
 {
     auto &c = *static_cast<Connection *>(context);
-    evbuffer *input = bufferevent_get_input(bev);
-    while (!c.closing && !c.leaving) {
-        const std::size_t have = evbuffer_get_length(input);
-        const std::size_t whole = frame_bytes(input);
-        if (whole == 0) return;
-        // Of a frame that is not complete yet only the head is looked at, so that garbage is not waited for.
-        const bool complete = have >= whole && whole <= proto::length_bytes + proto::max_frame;
-        const std::size_t part = complete ? whole : std::min(have, proto::length_bytes + proto::header_bytes);
-        const auto *bytes = reinterpret_cast<const char *>(evbuffer_pullup(input, static_cast<ev_ssize_t>(part)));
-        proto::Frame frame;
-        std::size_t used = 0;
-        const proto::Parse parse = proto::next_frame({bytes, part}, &frame, &used);
-        if (parse == proto::Parse::malformed) end(c, "malformed frame");
-        if (parse != proto::Parse::complete) return;
-        take_frame(c, frame);
-        evbuffer_drain(input, used);
-    }
+    if (!c.next_turn) take_turn(c);
 }
 
 void on_write(bufferevent * /*bev*/, void *context)

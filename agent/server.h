@@ -1,5 +1,6 @@
 // The listening socket and the connections behind it: frames in, frames out. A peer that sends what is no frame, says
-// no hello in time or does not read what it is sent is closed; the others do not notice.
+// no hello in time or does not read what it is sent is closed; the others do not notice. One that sends much gets short
+// turns between theirs; when it leaves, what it still had waiting is not done.
 #ifndef GW_AGENT_SERVER_H
 #define GW_AGENT_SERVER_H
 
