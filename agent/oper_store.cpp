@@ -72,6 +72,11 @@ bool set_oper(OperStore &store, const model::Target &target, const proto::Value 
     const std::string path = model::keypath_of(target);
     *error = {proto::ErrorCode::bad_path, path, "no leaf of operational data"};
     if (leaf == nullptr || (leaf->nodetype & LYS_LEAF) == 0 || (leaf->flags & LYS_CONFIG_R) == 0) return false;
+    error->text = "a key comes with its entry";
+    if (lysc_is_key(leaf)) return false;
+    const char *callpoint = nullptr;
+    error->text = "it is served by an application, not stored";
+    if (model::callpoint_node(*store.models, leaf, &callpoint) != nullptr) return false;
     std::string text;
     error->code = proto::ErrorCode::bad_value;
     if (!model::value_text(leaf, value, &text, &error->text)) return false;
