@@ -57,7 +57,7 @@ Application read_app(const Datastore &store, const std::string &name)
     return app;
 }
 
-// Trees of this application other than the two it needs.
+// Trees of this application other than those it needs.
 void drop_others(const Datastore &store, const Application &app)
 {
     const std::string start = prefix + app.name + ".";
@@ -69,11 +69,18 @@ void drop_others(const Datastore &store, const Application &app)
     }
 }
 
-// The tree of a transaction is linked while it is the running one, so that it outlives the rollbacks.
+// No sync: what a kill of the process leaves behind is the kernel's; a machine that stops ends the application too.
+bool write_tree(const Datastore &store, const Application &app, const Version &version, std::string *error)
+{
+    const Document document{version.stamp, json_text(version.tree.get())};
+    return replace_file(store.dir, tree_name(app.name, version.stamp.txid), with_trailer(document), Sync::none, error);
+}
+
+// Written once: a transaction number stands for one tree.
 bool keep_tree(const Datastore &store, const Application &app, const Version &version, std::string *error)
 {
-    if (version.stamp.txid == 0 || version.stamp.txid != store.running.stamp.txid) return true;
-    return link_file(store.dir, version_name(version.stamp.txid), tree_name(app.name, version.stamp.txid), error);
+    if (version.stamp.txid == 0 || has_file(store.dir, tree_name(app.name, version.stamp.txid))) return true;
+    return write_tree(store, app, version, error);
 }
 
 } // namespace
@@ -108,10 +115,17 @@ bool write_app_state(const Datastore &store, const Application &app, std::string
     document.stamp = app.acknowledged.stamp;
     document.text =
         "instance " + std::to_string(app.instance) + " interrupted " + std::to_string(app.interrupted.stamp.txid);
-    // No sync: what a kill of the process leaves behind is the kernel's; a machine that stops ends the application too.
     if (!replace_file(store.dir, state_name(app.name), with_trailer(document), Sync::none, error)) return false;
     drop_others(store, app);
     return true;
+}
+
+void remove_app_state(const Datastore &store, const std::string &name)
+{
+    remove_file(store.dir, state_name(name));
+    Application nothing;
+    nothing.name = name;
+    drop_others(store, nothing);
 }
 
 void fold_interrupted(const Datastore &store, Application &app)
@@ -122,13 +136,11 @@ void fold_interrupted(const Datastore &store, Application &app)
         log(LOG_ERR, "%s: the trees of two transactions do not merge", app.name.c_str());
     both.reset(merged);
     std::string error;
-    const Document document{app.interrupted.stamp, json_text(both.get())};
-    if (!replace_file(store.dir, tree_name(app.name, document.stamp.txid), with_trailer(document), Sync::none, &error))
-        log(LOG_ERR, "%s", error.c_str());
-    app.acknowledged = {document.stamp, model::freeze(std::move(both))};
+    app.acknowledged = {app.interrupted.stamp, model::freeze(std::move(both))};
     app.interrupted = {};
     app.recorded = false;
-    if (!write_app_state(store, app, &error)) log(LOG_ERR, "%s", error.c_str());
+    if (!write_tree(store, app, app.acknowledged, &error) || !write_app_state(store, app, &error))
+        log(LOG_ERR, "%s", error.c_str());
 }
 
 } // namespace agent

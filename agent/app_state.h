@@ -17,6 +17,7 @@ Applications read_app_states(const Datastore &store);
 
 // Makes the acknowledged and the interrupted tree of the record the ones on disk.
 bool write_app_state(const Datastore &store, const Application &app, std::string *error);
+void remove_app_state(const Datastore &store, const std::string &name);
 
 // The process that was interrupted is gone for good, so what it did of its list is not known. From here on it counts as
 // having acknowledged both trees together: whatever either holds and the running configuration does not is deleted.

@@ -71,15 +71,32 @@ bool acceptable(const Agent &agent, const proto::Register &record, std::vector<m
     return model::prepare(*agent.models, record.subscriptions, rows, &error->text);
 }
 
-// A process may come back before its old connection was seen to end; another process may not push it out.
-bool takes_over(Agent &agent, const Application &app, Request request, const proto::Register &record)
+// Whether the connection may register under the name. A process may come back before its old connection was seen to
+// end; another process may not push it out.
+bool has_place(const Agent &agent, Request request, const proto::Register &record, proto::Error *error)
 {
-    if (app.peer == 0 || app.peer == request.peer) return true;
-    if (app.registered.instance != record.instance) return false;
-    const PeerId old = app.peer;
+    const Applications &known = agent.applications;
+    *error = {proto::ErrorCode::in_use, "", ""};
+    const auto own = std::find_if(known.begin(), known.end(),
+                                  [request](const auto &item) { return item.second.peer == request.peer; });
+    if (own != known.end()) {
+        error->text = "this connection has registered " + own->first + " already";
+        return false;
+    }
+    const auto it = known.find(record.app);
+    error->text = record.app + " is connected already";
+    if (it != known.end()) return it->second.peer == 0 || it->second.registered.instance == record.instance;
+    error->text = "there are " + std::to_string(max_applications) + " applications already";
+    return known.size() < max_applications;
+}
+
+void take_over(Agent &agent, const std::string &name)
+{
+    const auto it = agent.applications.find(name);
+    if (it == agent.applications.end() || it->second.peer == 0) return;
+    const PeerId old = it->second.peer;
     close_peer(agent.server, old, "replaced by a newer connection of the same process");
     application_gone(agent, old);
-    return true;
 }
 
 } // namespace
@@ -99,17 +116,18 @@ void register_application(Agent &agent, Request request, const proto::Register &
 {
     proto::Error error;
     std::vector<model::Row> rows;
-    if (!acceptable(agent, record, &rows, &error)) {
+    if (!acceptable(agent, record, &rows, &error) || !has_place(agent, request, record, &error)) {
         log(LOG_ERR, "%s is not registered: %s", proto::printable(record.app).c_str(), error.text.c_str());
         refuse(agent, request, error);
         return;
     }
+    take_over(agent, record.app);
     Application &app = agent.applications[record.app];
-    app.name = record.app;
-    if (app.peer == request.peer || !takes_over(agent, app, request, record)) {
-        refuse(agent, request, proto::ErrorCode::in_use, record.app + " is connected already");
-        return;
+    if (record.subscriptions.empty()) { // nothing is delivered to it, so nothing needs to be remembered
+        remove_app_state(agent.store, record.app);
+        app = {};
     }
+    app.name = record.app;
     app.peer = request.peer;
     app.registered = record;
     app.rows = std::move(rows);
@@ -122,17 +140,22 @@ void register_application(Agent &agent, Request request, const proto::Register &
 
 void application_gone(Agent &agent, PeerId peer)
 {
-    for (auto &[name, app] : agent.applications) {
-        if (app.peer != peer) continue;
-        log(LOG_NOTICE, "%s is away", name.c_str());
+    const auto it = std::find_if(agent.applications.begin(), agent.applications.end(),
+                                 [peer](const auto &item) { return item.second.peer == peer; });
+    if (it == agent.applications.end()) return;
+    Application &app = it->second;
+    log(LOG_NOTICE, "%s is away", it->first.c_str());
+    if (app.registered.subscriptions.empty()) {
+        agent.applications.erase(it);
+    } else {
         app.peer = 0;
         app.registered = {};
         app.rows.clear();
         app.list.reset();
         app.operational.clear();
         app.busy = false;
-        commit_progress(agent);
     }
+    commit_progress(agent);
 }
 
 PeerId owner_of(const Agent &agent, model::PointKind kind, const std::string &point, std::uint8_t *calls)

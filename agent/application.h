@@ -1,8 +1,10 @@
 // Applications: what they registered, and the delivery of changes to them, each change exactly once.
 //
 // Per application the state directory holds app-NAME.state (the process that acknowledged last, which transaction it
-// acknowledged, and which one it was interrupted in) and app-NAME.N.json, hard links of the configurations of those two
-// transactions. The state file is the truth; it is replaced by one rename after the last handler of a list returned.
+// acknowledged, and which one it was interrupted in) and app-NAME.N.json, the configurations of those two
+// transactions: copies, since what such an application has must still be known after running.json was damaged and an
+// older rollback took its place. The state file is the truth; it is replaced by one rename after the last handler of a
+// list returned.
 //
 // A list is the calls from the acknowledged tree to a target. It is computed, never stored: the same trees give the
 // same list, so an application that reports how many calls of which transaction have returned gets exactly the others.
@@ -46,9 +48,13 @@ struct Application {
     std::optional<DeliveryList> list;
     std::deque<proto::Deliver> operational; // these are never repeated
     bool busy = false;                      // a delivery is with the application
-    std::vector<proto::Remark> remarks;     // failures, for the next answer to a committer
+    std::deque<proto::Remark> remarks;      // failures since a commit began to be delivered, the newest ones
+    std::size_t remarks_dropped = 0;
 };
 
+inline constexpr std::size_t max_applications = 16; // connected or remembered
+
+// One without subscriptions is forgotten when it leaves.
 using Applications = std::map<std::string, Application>;
 
 void load_applications(Agent &agent);

@@ -5,17 +5,24 @@
 #include "agent/application.h"
 #include "agent/killpoint.h"
 #include "agent/log.h"
+#include "agent/text.h"
+#include "protocol/value.h"
 
 namespace agent {
 
 namespace {
 
 constexpr std::size_t max_operational = 64;
+constexpr std::size_t max_remarks = 16;
+constexpr std::size_t max_remark = 200; // bytes
 
 void remark(Application &app, const std::string &text)
 {
     log(LOG_WARNING, "%s: %s", app.name.c_str(), text.c_str());
     app.remarks.push_back({"", app.name + ": " + text});
+    if (app.remarks.size() <= max_remarks) return;
+    app.remarks.pop_front();
+    app.remarks_dropped++;
 }
 
 // Which list comes next. The first one after a registration continues where the application says it was.
@@ -52,25 +59,33 @@ void finish_list(Agent &agent, Application &app)
     app.recorded = false;
     app.list.reset();
     std::string error;
+    if (app.registered.subscriptions.empty()) return;
     if (!write_app_state(agent.store, app, &error)) remark(app, "not remembered as delivered: " + error);
 }
 
-void delivered(Agent &agent, Application &app, const Answer &answer)
+// What is wrong with an answer, empty: nothing. *over: the application is not fit for the next delivery.
+std::string complaint(const Answer &answer, bool *over)
 {
     proto::Status status;
+    *over = false;
+    if (answer.unsent) return "a delivery is skipped: " + answer.error.text; // nor would it fit the next time
+    const bool readable = answer.ok && proto::decode(answer.payload, &status);
+    *over = !readable;
+    if (!answer.ok) return "a delivery failed: " + cut_text(proto::printable(answer.error.text), max_remark);
+    if (!readable) return "its answer cannot be read";
+    return status.status == 0 ? "" : "a handler reported failure " + std::to_string(status.status);
+}
+
+// What goes wrong with operational values is nothing that a committer could mend.
+void delivered(Agent &agent, Application &app, const Answer &answer, bool of_list)
+{
     if (answer.gone) return; // see application_gone
-    app.busy = false;
-    if (answer.unsent) { // nor would it fit the next time: it counts as done
-        remark(app, "a delivery is skipped: " + answer.error.text);
-        return;
-    }
-    if (!answer.ok || !proto::decode(answer.payload, &status)) {
-        remark(app, answer.ok ? "its answer cannot be read" : "a delivery failed: " + answer.error.text);
-        app.busy = true; // until the connection is down
-        close_peer(agent.server, app.peer, "its deliveries start again when it is back");
-        return;
-    }
-    if (status.status != 0) remark(app, "a handler reported failure " + std::to_string(status.status));
+    bool over = false;
+    const std::string text = complaint(answer, &over);
+    if (!text.empty() && of_list) remark(app, text);
+    if (!text.empty() && !of_list) log(LOG_WARNING, "%s: %s", app.name.c_str(), text.c_str());
+    app.busy = over; // until the connection is down
+    if (over) close_peer(agent.server, app.peer, "its deliveries start again when it is back");
 }
 
 void send_call(Agent &agent, Application &app, const proto::Deliver &call, bool of_list)
@@ -78,9 +93,10 @@ void send_call(Agent &agent, Application &app, const proto::Deliver &call, bool 
     app.busy = true;
     call_peer(agent, app.peer, proto::Op::deliver, proto::encode(call), delivery_limit,
               [&agent, name = app.name, peer = app.peer, of_list](const Answer &answer) {
-                  Application &to = agent.applications[name];
-                  if (to.peer != peer) return;
-                  delivered(agent, to, answer);
+                  const auto it = agent.applications.find(name);
+                  if (it == agent.applications.end() || it->second.peer != peer) return;
+                  Application &to = it->second;
+                  delivered(agent, to, answer, of_list);
                   if (to.busy) return;
                   if (of_list && ++to.list->next < to.list->calls.size()) kill_point("between-deliveries");
                   pump(agent, to);
