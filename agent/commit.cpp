@@ -59,6 +59,10 @@ bool take_tree(Agent &agent, CommitJob &job, proto::Error *error)
 void deliver(Agent &agent)
 {
     agent.commits.active->delivering = true;
+    for (auto &[name, app] : agent.applications) {
+        app.remarks.clear();
+        app.remarks_dropped = 0;
+    }
     for (auto &[name, app] : agent.applications)
         pump(agent, app);
     commit_progress(agent);
@@ -93,8 +97,7 @@ void apply(Agent &agent)
         return;
     }
     job.txid = agent.store.running.stamp.txid;
-    if (job.options.confirm_seconds != 0)
-        await_confirmation(agent, before.stamp.txid, std::chrono::seconds(job.options.confirm_seconds));
+    if (job.options.confirm_seconds != 0) hold_unconfirmed(agent, before.stamp.txid);
     if (job.restore != 0) forget_unconfirmed(agent);
     settle_session(agent, job);
     log(LOG_NOTICE, "transaction %llu committed", static_cast<unsigned long long>(job.txid));
@@ -208,12 +211,14 @@ void start_next(Agent &agent)
     if (commits.active) begin(agent);
 }
 
-std::vector<proto::Remark> take_remarks(Agent &agent)
+std::vector<proto::Remark> remarks_of(const Agent &agent)
 {
     std::vector<proto::Remark> remarks;
-    for (auto &[name, app] : agent.applications) {
+    for (const auto &[name, app] : agent.applications) {
         remarks.insert(remarks.end(), app.remarks.begin(), app.remarks.end());
-        app.remarks.clear();
+        if (app.remarks_dropped != 0)
+            remarks.push_back(
+                {"", name + ": " + std::to_string(app.remarks_dropped) + " earlier remarks are left out"});
         if (app.peer == 0) remarks.push_back({"", name + " is away: it gets the changes when it is back"});
     }
     return remarks;
@@ -252,7 +257,10 @@ void commit_progress(Agent &agent)
     for (const auto &[name, app] : agent.applications) {
         if (app.peer != 0 && !in_step(agent, app)) return;
     }
-    answer_job(agent, proto::Outcome::done, take_remarks(agent));
+    // Confirmed or taken back meanwhile, it is awaited no more.
+    if (agent.commits.unconfirmed.txid == commits.active->txid)
+        await_confirmation(agent, commits.active->options.confirm_seconds);
+    answer_job(agent, proto::Outcome::done, remarks_of(agent));
 }
 
 } // namespace agent

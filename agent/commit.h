@@ -38,7 +38,7 @@ struct Unconfirmed {
     std::uint64_t txid = 0; // 0: none
     std::uint64_t previous = 0;
     std::chrono::steady_clock::time_point deadline;
-    Timer timer;
+    Timer timer; // null until the commit is answered
 };
 
 struct Commits {

@@ -66,6 +66,7 @@ void add_peers(const Agent &agent, std::vector<proto::Pair> *pairs)
 std::string confirmation(const Unconfirmed &waiting)
 {
     if (waiting.txid == 0) return "none";
+    if (!waiting.timer) return "transaction " + std::to_string(waiting.txid) + ", being delivered";
     const auto left = waiting.deadline - std::chrono::steady_clock::now();
     return "transaction " + std::to_string(waiting.txid) + ", " +
            std::to_string(std::chrono::duration_cast<std::chrono::seconds>(left).count()) + " s left";

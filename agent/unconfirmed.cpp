@@ -24,24 +24,42 @@ void go_back(Agent &agent, Request request, const std::string &why)
     queue_restore(agent, request, waiting.previous, comment);
 }
 
+// The seconds count from now on.
+bool remember(const Agent &agent, std::uint64_t txid, std::uint64_t previous, std::uint32_t seconds, std::string *error)
+{
+    Document document;
+    document.stamp = {txid, std::time(nullptr), ""};
+    document.text = "previous " + std::to_string(previous) + " seconds " + std::to_string(seconds);
+    return replace_file(agent.store.dir, file_name, with_trailer(document), Sync::file, error);
+}
+
+void start_time(Agent &agent, std::chrono::milliseconds time)
+{
+    Unconfirmed &waiting = agent.commits.unconfirmed;
+    waiting.deadline = std::chrono::steady_clock::now() + time;
+    waiting.timer = start_timer(agent.loop, time, [&agent] { go_back(agent, {}, "was not confirmed in time"); });
+}
+
 } // namespace
 
 bool announce_unconfirmed(Agent &agent, std::uint32_t seconds, std::string *error)
 {
-    const Stamp &running = agent.store.running.stamp;
-    Document document;
-    document.stamp = {agent.store.last_txid + 1, std::time(nullptr), ""};
-    document.text = "previous " + std::to_string(running.txid) + " seconds " + std::to_string(seconds);
-    return replace_file(agent.store.dir, file_name, with_trailer(document), Sync::file, error);
+    return remember(agent, agent.store.last_txid + 1, agent.store.running.stamp.txid, seconds, error);
 }
 
-void await_confirmation(Agent &agent, std::uint64_t previous, std::chrono::milliseconds time)
+void hold_unconfirmed(Agent &agent, std::uint64_t previous)
 {
-    Unconfirmed &waiting = agent.commits.unconfirmed;
-    waiting.txid = agent.store.running.stamp.txid;
-    waiting.previous = previous;
-    waiting.deadline = std::chrono::steady_clock::now() + time;
-    waiting.timer = start_timer(agent.loop, time, [&agent] { go_back(agent, {}, "was not confirmed in time"); });
+    agent.commits.unconfirmed.txid = agent.store.running.stamp.txid;
+    agent.commits.unconfirmed.previous = previous;
+}
+
+void await_confirmation(Agent &agent, std::uint32_t seconds)
+{
+    const Unconfirmed &waiting = agent.commits.unconfirmed;
+    std::string error;
+    if (!remember(agent, waiting.txid, waiting.previous, seconds, &error))
+        log(LOG_ERR, "a restart counts the time from the commit: %s", error.c_str());
+    start_time(agent, std::chrono::seconds(seconds));
 }
 
 void forget_unconfirmed(Agent &agent)
@@ -92,7 +110,8 @@ void resume_unconfirmed(Agent &agent)
     const std::int64_t left = passed < 0 ? 0 : std::max<std::int64_t>(seconds - passed, 0);
     log(LOG_NOTICE, "transaction %llu still waits for its confirmation",
         static_cast<unsigned long long>(document.stamp.txid));
-    await_confirmation(agent, previous, std::chrono::seconds(left));
+    hold_unconfirmed(agent, previous);
+    start_time(agent, std::chrono::seconds(left));
 }
 
 } // namespace agent
