@@ -67,10 +67,13 @@ class PeersTest(unittest.TestCase):
     def test_a_peer_that_never_reads_is_closed_before_it_fills_the_memory(self):
         deaf = Peer()
         deaf.hello()
-        with self.assertRaises((ConnectionResetError, BrokenPipeError, TimeoutError)):
-            for n in range(100000):
-                deaf.frame(GET, n + 2, struct.pack('>BBI', 0, 1, 0))
+        end = time.monotonic() + 60
+        with self.assertRaises((ConnectionResetError, BrokenPipeError)):
+            while time.monotonic() < end:
+                deaf.frame(GET, 2, struct.pack('>BBI', 0, 1, 0))
         self.gw.cli('show', 'configuration')
+        if self.gw.sanitized():
+            return  # a sanitizer keeps what the program has freed
         status = pathlib.Path(f'/proc/{self.gw.agent.pid}/status').read_text()
         resident = int(status.split('VmRSS:')[1].split()[0])
         self.assertLess(resident, 64 * 1024, 'kB')
