@@ -21,6 +21,7 @@ bool start_agent(Agent &agent, std::string *error)
     events.greeted = [&agent](const PeerInfo &info) { peer_greeted(agent, info); };
     events.frame = [&agent](PeerId peer, const proto::Frame &frame) { frame_came(agent, peer, frame); };
     events.gone = [&agent](PeerId peer) { peer_gone(agent, peer); };
+    events.dispensable = [&agent](PeerId peer) { return is_dispensable(agent, peer); };
     agent.server = open_server(agent.loop, options.port, events, error);
     if (!agent.server) return false;
     if (!open_datastore(*agent.models, options.state_dir, options.factory, &agent.store, error)) return false;

@@ -113,7 +113,7 @@ void complete_operational(Agent &agent, Request request, proto::Complete record)
         answer(agent, request, proto::encode(model::complete(*agent.models, tree.get(), record)));
     };
     if (keys_next) {
-        read_operational(agent, target, finish);
+        read_operational(agent, request.peer, target, finish);
     } else {
         finish({});
     }
@@ -153,7 +153,7 @@ void on_get(Agent &agent, Request request, std::string_view payload)
                proto::Error{proto::ErrorCode::bad_path, model::keypath_of(target),
                             operational ? "this is configuration" : "this is operational data"});
     } else if (operational) {
-        read_operational(agent, target, [&agent, request, target](Nodes nodes) {
+        read_operational(agent, request.peer, target, [&agent, request, target](Nodes nodes) {
             answer_tree(agent, request, target, proto::Tree{std::move(nodes)});
         });
     } else {

@@ -228,6 +228,11 @@ std::vector<proto::Remark> remarks_of(const Agent &agent)
 
 void queue_commit(Agent &agent, Request request, proto::Commit options, bool validate_only)
 {
+    const auto own = [request](const auto &waiting) { return waiting->request.peer == request.peer; };
+    if (std::any_of(agent.commits.queue.begin(), agent.commits.queue.end(), own)) {
+        refuse(agent, request, proto::ErrorCode::in_use, "a commit of this connection is waiting already");
+        return;
+    }
     if (agent.commits.queue.size() >= max_commits) {
         refuse(agent, request, proto::ErrorCode::in_use, "too many commits are waiting");
         return;

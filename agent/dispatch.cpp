@@ -96,6 +96,14 @@ void frame_came(Agent &agent, PeerId peer, const proto::Frame &frame)
     }
 }
 
+bool is_dispensable(const Agent &agent, PeerId peer)
+{
+    const auto it = agent.sessions.find(peer);
+    if (it == agent.sessions.end()) return true;
+    const Session &session = it->second;
+    return session.waiting == 0 && session.watch == 0 && !session.has_candidate;
+}
+
 void peer_gone(Agent &agent, PeerId peer)
 {
     const auto it = agent.sessions.find(peer);

@@ -16,6 +16,7 @@ struct Read {
     std::vector<Nodes> pieces; // in the order of the schema
     std::size_t open = 1;      // pieces that providers still owe, and the planning itself
     bool keep_root = false;
+    PeerId asker = 0;
     std::function<void(Nodes)> done;
 };
 using ReadPtr = std::shared_ptr<Read>;
@@ -95,7 +96,7 @@ void add_provided(Agent &agent, const ReadPtr &read, Wanted wanted)
     const std::size_t place = read->pieces.size();
     read->pieces.emplace_back();
     read->open++;
-    ask_provider(agent, std::move(wanted), [read, place](Nodes nodes) {
+    ask_provider(agent, read->asker, std::move(wanted), [read, place](Nodes nodes) {
         read->pieces[place] = std::move(nodes);
         settle(read);
     });
@@ -141,10 +142,11 @@ void plan(Agent &agent, const ReadPtr &read, const model::Target &target)
 
 } // namespace
 
-void read_operational(Agent &agent, const model::Target &target, std::function<void(Nodes)> done)
+void read_operational(Agent &agent, PeerId asker, const model::Target &target, std::function<void(Nodes)> done)
 {
     const auto read = std::make_shared<Read>();
     read->keep_root = model::schema_of(target) != nullptr;
+    read->asker = asker;
     read->done = std::move(done);
     plan(agent, read, target);
     settle(read);

@@ -22,16 +22,22 @@ namespace agent {
 inline constexpr std::size_t max_rows = 2000;
 inline constexpr std::chrono::seconds max_walk{30};
 inline constexpr std::size_t max_queued_walks = 32;
+inline constexpr std::size_t max_queued_of_peer = 8;
+
+struct QueuedWalk {
+    PeerId asker = 0;
+    std::function<void()> run;
+};
 
 // Callpoints that are in use, with what waits for them.
 struct Providers {
-    std::map<std::string, std::deque<std::function<void()>>> busy;
+    std::map<std::string, std::deque<QueuedWalk>> busy;
 };
 
 using Nodes = std::vector<proto::TreeNode>;
 
 // `done` runs once, maybe within the call when nothing is asked of a provider.
-void read_operational(Agent &agent, const model::Target &target, std::function<void(Nodes)> done);
+void read_operational(Agent &agent, PeerId asker, const model::Target &target, std::function<void(Nodes)> done);
 
 } // namespace agent
 

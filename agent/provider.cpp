@@ -66,11 +66,11 @@ void send(const Fetch &fetch, DataCall which, proto::KeyPath path, std::int64_t 
 // The provider is free for the next; this read is over.
 void finish(const FetchPtr &fetch)
 {
-    std::deque<std::function<void()>> &waiting = fetch->agent.providers.busy[fetch->wanted.callpoint];
+    std::deque<QueuedWalk> &waiting = fetch->agent.providers.busy[fetch->wanted.callpoint];
     if (waiting.empty()) {
         fetch->agent.providers.busy.erase(fetch->wanted.callpoint);
     } else {
-        const std::function<void()> next = std::move(waiting.front());
+        const std::function<void()> next = std::move(waiting.front().run);
         waiting.pop_front();
         next();
     }
@@ -90,10 +90,12 @@ proto::KeyPath path_to(const Fetch &fetch, const lysc_node *node, const Keys &ke
     return model::wire_path(*fetch.agent.models, node, all);
 }
 
-// All leaves are asked for at once; the row is there when the last has answered.
+// All leaves are asked for at once; the row is there when the last has answered. A key is not asked for: that the row
+// is there says all of it.
 void read_leaves(const FetchPtr &fetch, const Keys &keys, WithRow then)
 {
-    const lysc_node *top = fetch->wanted.only != nullptr ? fetch->wanted.only : fetch->wanted.row;
+    const lysc_node *only = fetch->wanted.only;
+    const lysc_node *top = only != nullptr && !lysc_is_key(only) ? only : fetch->wanted.row;
     const std::vector<const lysc_node *> leaves = leaves_below(*fetch->agent.models, top);
     if (leaves.empty()) {
         then({}, !keys.empty());
@@ -135,7 +137,8 @@ void read_object(const FetchPtr &fetch, const Keys &keys, WithRow then)
 
 void read_row(const FetchPtr &fetch, const Keys &keys, WithRow then)
 {
-    const bool one_leaf = fetch->wanted.only != nullptr && fetch->wanted.only->nodetype != LYS_CONTAINER;
+    const lysc_node *only = fetch->wanted.only;
+    const bool one_leaf = only != nullptr && only->nodetype != LYS_CONTAINER && !lysc_is_key(only);
     if (can(*fetch, DataCall::get_object) && !(one_leaf && can(*fetch, DataCall::get_elem))) {
         read_object(fetch, keys, std::move(then));
     } else if (can(*fetch, DataCall::get_elem)) {
@@ -145,10 +148,13 @@ void read_row(const FetchPtr &fetch, const Keys &keys, WithRow then)
     }
 }
 
-void write_entry(Fetch &fetch, const std::vector<std::string> &key_texts, const RowCells &row)
+void write_entry(Fetch &fetch, const std::vector<std::string> &key_texts, RowCells row)
 {
     const model::Models &models = *fetch.agent.models;
     if (fetch.wanted.only != nullptr) {
+        std::size_t i = 0;
+        for (const lysc_node *key : model::keys_of_list(fetch.wanted.row))
+            row.cells[key] = {false, {key_texts[i++]}};
         write_node(models, fetch.wanted.only, row, &fetch.out);
         fetch.out.insert(fetch.out.end(), row.marks.begin(), row.marks.end());
         return;
@@ -343,14 +349,17 @@ void run(const FetchPtr &fetch)
 
 } // namespace
 
-void ask_provider(Agent &agent, Wanted wanted, std::function<void(Nodes)> done)
+void ask_provider(Agent &agent, PeerId asker, Wanted wanted, std::function<void(Nodes)> done)
 {
     const auto fetch = std::make_shared<Fetch>(Fetch{agent, std::move(wanted), std::move(done), 0, 0, {}, {}, {}, 0});
     const auto [busy, is_free] = agent.providers.busy.try_emplace(fetch->wanted.callpoint);
+    std::deque<QueuedWalk> &waiting = busy->second;
+    const auto own =
+        std::count_if(waiting.begin(), waiting.end(), [asker](const QueuedWalk &walk) { return walk.asker == asker; });
     if (is_free) {
         run(fetch);
-    } else if (busy->second.size() < max_queued_walks) {
-        busy->second.push_back([fetch] { run(fetch); });
+    } else if (waiting.size() < max_queued_walks && static_cast<std::size_t>(own) < max_queued_of_peer) {
+        waiting.push_back({asker, [fetch] { run(fetch); }});
     } else {
         fetch->done({error_mark(fetch->wanted.row->name, "too many reads of this are waiting")});
     }

@@ -23,7 +23,7 @@ struct Wanted {
 
 // `done` gets the entries; or, of a container or with `only`, the nodes without what is around them. What cannot be
 // read is an error mark among them.
-void ask_provider(Agent &agent, Wanted wanted, std::function<void(Nodes)> done);
+void ask_provider(Agent &agent, PeerId asker, Wanted wanted, std::function<void(Nodes)> done);
 
 proto::TreeNode error_mark(const std::string &name, const std::string &text);
 

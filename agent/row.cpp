@@ -69,15 +69,23 @@ RowCells cells_of(const model::Models &models, const lysc_node *row, const std::
 {
     RowCells result;
     std::vector<const lysc_node *> open = {row};
+    std::size_t skipped = 0; // open containers, the outermost of which no model knows
     for (const proto::TagValue &pair : values) {
-        if (pair.value.type == proto::ValueType::xmlend && open.size() > 1) {
+        const bool opens = pair.value.type == proto::ValueType::xmlbegin;
+        const bool ends = pair.value.type == proto::ValueType::xmlend;
+        if (skipped > 0) {
+            skipped += opens ? 1 : 0;
+            skipped -= ends ? 1 : 0;
+            continue;
+        }
+        if (ends && open.size() > 1) {
             open.pop_back();
             continue;
         }
         const lysc_node *node = model::child_of_tag(models, open.back(), pair.tag);
-        const bool opens = pair.value.type == proto::ValueType::xmlbegin;
         if (node == nullptr || opens == is_leaf(node)) {
             result.marks.push_back(error_mark(row->name, "the provider sent the unknown tag " + hex(pair.tag)));
+            skipped = opens ? 1 : 0;
         } else if (opens) {
             open.push_back(node);
         } else {

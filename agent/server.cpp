@@ -40,8 +40,9 @@ struct Connection {
     PeerInfo info;
     ServerState *server = nullptr;
     std::unique_ptr<bufferevent, BufferDelete> bev;
-    Timer deadline;  // for the hello, and for a farewell to be read
-    Timer next_turn; // set while there is input that the last turn did not get to
+    Timer deadline;         // for the hello, and for a farewell to be read
+    Timer next_turn;        // set while there is input that the last turn did not get to
+    std::uint64_t used = 0; // when its last frame was taken, see ServerState::frames
     bool greeted = false;
     bool leaving = false; // a last message is on its way
     bool closing = false; // ended; freed by reap()
@@ -56,6 +57,7 @@ struct ServerState {
     std::unique_ptr<event, EventDelete> reaper;
     std::map<PeerId, Connection> connections; // nodes do not move: libevent keeps their addresses
     PeerId last_id = 0;
+    std::uint64_t frames = 0; // taken so far: a clock that tells who was idle longest
 };
 
 void ServerDelete::operator()(ServerState *state) const
@@ -138,6 +140,7 @@ void greet(Connection &c, const proto::Frame &frame)
 
 void take_frame(Connection &c, const proto::Frame &frame)
 {
+    c.used = ++c.server->frames;
     if (!c.greeted) {
         greet(c, frame);
     } else if (frame.op == proto::Op::hello) {
@@ -208,19 +211,24 @@ void on_event(bufferevent * /*bev*/, short what, void *context)
     if ((what & (BEV_EVENT_EOF | BEV_EVENT_ERROR)) != 0) end(c, nullptr);
 }
 
-// Room for one more: the oldest connection that has not said hello goes first.
+bool may_go(const Connection &c)
+{
+    return !c.greeted || (c.info.role == proto::Role::client && c.server->events.dispensable(c.info.id));
+}
+
+// Room for one more: the oldest connection that has not said hello goes first, then the client that was idle longest.
 bool make_room(ServerState &server)
 {
     std::size_t open = 0;
-    Connection *oldest = nullptr;
+    Connection *first = nullptr;
     for (auto &[id, c] : server.connections) {
         if (c.closing) continue;
         open++;
-        if (!c.greeted && oldest == nullptr) oldest = &c;
+        if (may_go(c) && (first == nullptr || c.used < first->used)) first = &c;
     }
     if (open < max_peers) return true;
-    if (oldest != nullptr) end(*oldest, "too many connections");
-    return oldest != nullptr;
+    if (first != nullptr) end(*first, "too many connections");
+    return first != nullptr;
 }
 
 void on_accept(evconnlistener * /*listener*/, evutil_socket_t fd, sockaddr * /*address*/, int /*length*/, void *context)

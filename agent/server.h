@@ -32,11 +32,12 @@ struct PeerInfo {
     std::size_t queued = 0; // bytes not read yet
 };
 
-// All three are called from the loop, never from within a call of this header.
+// All are called from the loop, never from within a call of this header.
 struct ServerEvents {
     std::function<void(const PeerInfo &)> greeted;
     std::function<void(PeerId, const proto::Frame &)> frame; // after greeted; hello frames are not passed on
     std::function<void(PeerId)> gone;                        // only for peers that were greeted
+    std::function<bool(PeerId)> dispensable; // a client that loses nothing when it is closed to make room
 };
 
 struct ServerState;
