@@ -16,20 +16,6 @@ constexpr std::uint32_t system_ns = 0x6b64eac0;
 constexpr std::uint32_t snmp_ns = 0x51c03854;
 constexpr std::uint32_t cellular_ns = 0x0c7acb07;
 
-enum RowNumber : std::uint16_t {
-    gigabit,
-    interfaces,
-    pool,
-    option,
-    binding,
-    excluded,
-    passthrough,
-    details,
-    nat,
-    trap_target,
-    snmp
-};
-
 // The interface manager's own subscriptions, in its order.
 std::vector<model::Row> daemon_rows()
 {
@@ -78,185 +64,153 @@ std::string show(const proto::Deliver &call)
     return text;
 }
 
-std::vector<std::string> show(const std::vector<proto::Deliver> &calls)
+std::string show(const std::vector<proto::Deliver> &calls)
 {
-    std::vector<std::string> lines;
-    lines.reserve(calls.size());
+    std::string text;
     for (const proto::Deliver &call : calls)
-        lines.push_back(show(call));
-    return lines;
+        text += (text.empty() ? "" : "; ") + show(call);
+    return text;
 }
 
-using Lines = std::vector<std::string>;
-
-Lines delivered(const model::Tree &before, const model::Tree &after)
+// The calls of the interface manager's rows for these edits, which are made.
+std::string step(model::Tree *tree, const std::string &edits)
 {
-    return show(model::difference(models(), daemon_rows(), before.get(), after.get()));
+    model::Tree after = changed(*tree, edits);
+    std::swap(*tree, after);
+    return show(model::difference(models(), daemon_rows(), after.get(), tree->get()));
 }
 
-const Lines lan = {"interface GigabitEthernet 0/0 ip address v4 ip 10.1.1.1",
-                   "interface GigabitEthernet 0/0 ip address v4 mask 255.255.255.0"};
+const std::string port = "interface GigabitEthernet 0/0";
+const std::string lan = port + " ip address v4 ip 10.1.1.1; " + port + " ip address v4 mask 255.255.255.0; ";
 
 TEST(Difference, CarriesTheChangedLeafInsideItsContainers)
 {
     const model::Tree before = config(lan);
-    const model::Tree after = changed(before, {"interface GigabitEthernet 0/0 ip address v4 ip 10.1.1.2"});
-    EXPECT_EQ(delivered(before, after),
-              (Lines{"3 0 {5=0/0} ip( address( v4( ip:15=10.1.1.2 )v4 )address )ip", "3 1 {5=0/0}"}));
-
-    const auto call = model::difference(models(), daemon_rows(), before.get(), after.get()).front();
-    EXPECT_EQ(call.total, 2U);
-    ASSERT_EQ(call.values.size(), 7U);
-    EXPECT_EQ(call.values[2].tag, 0x1089ff91U);
-    EXPECT_EQ(call.values[2].ns, system_ns);
-    EXPECT_EQ(call.values[2].value, proto::make_tag(ValueType::xmlbegin, 0x1089ff91, system_ns));
-    EXPECT_EQ(call.values[3].tag, 0x61fa2cdbU);
+    const model::Tree after = changed(before, port + " ip address v4 ip 10.1.1.2");
+    const auto calls = model::difference(models(), daemon_rows(), before.get(), after.get());
+    EXPECT_EQ(show(calls), "3 0 {5=0/0} ip( address( v4( ip:15=10.1.1.2 )v4 )address )ip; 3 1 {5=0/0}");
+    EXPECT_EQ(calls[0].total, 2U);
+    ASSERT_EQ(calls[0].values.size(), 7U);
+    EXPECT_EQ(calls[0].values[2].ns, system_ns);
+    EXPECT_EQ(calls[0].values[2].value, proto::make_tag(ValueType::xmlbegin, 0x1089ff91, system_ns));
+    EXPECT_EQ(calls[0].values[3].tag, 0x61fa2cdbU);
 }
 
 TEST(Difference, FollowsWhatBecomesOfALeaf)
 {
-    const std::string port = "interface GigabitEthernet 0/0 ";
-    const model::Tree plain = config({port + "description a"});
-    const model::Tree sfp = changed(plain, {port + "media-type sfp"});
-    EXPECT_EQ(delivered(plain, sfp), (Lines{"3 0 {5=0/0} media-type:28=0", "3 1 {5=0/0}"}));
-    // Back to the default is a change and carries it; said or silent, the default is the same.
-    const model::Tree back = changed(sfp, {"-" + port + "media-type"});
-    EXPECT_EQ(delivered(sfp, back), (Lines{"3 0 {5=0/0} media-type:28=1", "3 1 {5=0/0}"}));
-    EXPECT_EQ(delivered(back, changed(plain, {port + "media-type rj45"})), Lines{});
-    // A leaf that is gone leaves a modified entry without pairs.
-    EXPECT_EQ(delivered(sfp, changed(sfp, {"-" + port + "description"})), (Lines{"3 0 {5=0/0}", "3 1 {5=0/0}"}));
+    model::Tree tree = config(port + " description a");
+    EXPECT_EQ(step(&tree, port + " media-type sfp"), "3 0 {5=0/0} media-type:28=0; 3 1 {5=0/0}");
+    EXPECT_EQ(step(&tree, "-" + port + " description"), "3 0 {5=0/0}; 3 1 {5=0/0}") << "modified, without pairs";
+    EXPECT_EQ(step(&tree, "-" + port + " media-type"), "3 0 {5=0/0} media-type:28=1; 3 1 {5=0/0}") << "its default";
+    EXPECT_EQ(step(&tree, port + " media-type rj45"), "") << "said or silent, the default is the same";
+
+    const std::string option = "ip dhcp pool options option 6 ";
+    tree = config(option + "ip 10.0.0.1; " + option + "ip 10.0.0.2");
+    EXPECT_EQ(step(&tree, "-" + option + "ip 10.0.0.1; " + option + "ip 10.0.0.1"),
+              "3 3 {68=6} ip:list 15=10.0.0.2 15=10.0.0.1")
+        << "other order, other value";
+    EXPECT_EQ(step(&tree, "-" + option + "ip 10.0.0.1"), "3 3 {68=6} ip:list 15=10.0.0.2");
+    EXPECT_EQ(step(&tree, option + "text dns"), "3 3 {68=6} text:5=dns");
+    EXPECT_EQ(step(&tree, option + "number -3"), "3 3 {68=6} number:8=-3");
 }
 
 TEST(Difference, CallsEntriesDeletedModifiedCreated)
 {
-    const Lines three = {"snmp trap target 10.0.0.1 162", "snmp trap target 10.0.0.2 162", "snmp trap target ::1 162"};
-    const model::Tree before = config(three);
-    const model::Tree after =
-        changed(before, {"snmp trap target 10.0.0.9 99", "-snmp trap target 10.0.0.1 162",
-                         "snmp trap target ::1 162 community x", "-snmp trap target 10.0.0.2 162"});
-    EXPECT_EQ(delivered(before, after),
-              (Lines{"2 9 {15=10.0.0.1} {11=162}", "2 9 {15=10.0.0.2} {11=162}", "3 9 {16=::1} {11=162} community:5=x",
-                     "1 9 {15=10.0.0.9} {11=99} community:5=public"}));
+    const std::string target = "snmp trap target ";
+    model::Tree tree = config(target + "10.0.0.1 162; " + target + "10.0.0.2 162; " + target + "::1 162");
+    EXPECT_EQ(step(&tree, target + "10.0.0.9 99; -" + target + "10.0.0.1 162; " + target + "::1 162 community x; -" +
+                              target + "10.0.0.2 162"),
+              "2 9 {15=10.0.0.1} {11=162}; 2 9 {15=10.0.0.2} {11=162}; 3 9 {16=::1} {11=162} community:5=x; "
+              "1 9 {15=10.0.0.9} {11=99} community:5=public");
+
+    // The row of all interfaces is called per entry of each of its lists.
+    tree = config("interface Cellular 1/0; " + port);
+    EXPECT_EQ(step(&tree, "-interface Cellular 1/0; interface Cellular 1/1; " + port + " description x"),
+              "3 0 {5=0/0} description:5=x; 2 1 {5=1/0}; 3 1 {5=0/0}; 1 1 {5=1/1}");
 }
 
 TEST(Difference, KeepsListsWithTheirOwnRowOutOfThePool)
 {
-    const model::Tree before = config({});
-    const model::Tree lists =
-        changed(before, {"ip dhcp pool mac-binding 02:11:22:33:44:55 fixed-address 10.0.23.9",
-                         "ip dhcp pool options option 6 ip 10.0.0.2", "ip dhcp pool options option 6 ip 10.0.0.1",
-                         "ip dhcp excluded-address excluded-address-range 10.0.23.20 high-address 10.0.23.30"});
-    EXPECT_EQ(delivered(before, lists), (Lines{"1 3 {68=6} ip:list 15=10.0.0.2 15=10.0.0.1",
-                                               "1 4 {5=02:11:22:33:44:55} fixed-address:15=10.0.23.9",
-                                               "1 5 {15=10.0.23.20} high-address:15=10.0.23.30"}));
-    // The pool first: its priority is lower.
-    const model::Tree both = changed(lists, {"ip dhcp pool lease lease-days 2", "-ip dhcp pool mac-binding",
-                                             "ip dhcp pool network dhcp-subnet-prefix 10.0.24.5/25"});
-    EXPECT_EQ(delivered(lists, both), (Lines{"3 2 network( dhcp-subnet-prefix:70=10.0.24.5/25 )network lease( "
-                                             "lease-days:11=2 )lease",
-                                             "2 4 {5=02:11:22:33:44:55}"}));
-}
-
-TEST(Difference, ShowsAnOptionWhoseChoiceOrListChanges)
-{
-    const std::string option6 = "ip dhcp pool options option 6 ";
-    const model::Tree list = config({option6 + "ip 10.0.0.1", option6 + "ip 10.0.0.2"});
-    EXPECT_EQ(delivered(list, changed(list, {"-" + option6 + "ip 10.0.0.1"})),
-              (Lines{"3 3 {68=6} ip:list 15=10.0.0.2"}));
-    // Other order, other value.
-    const model::Tree turned = changed(list, {"-" + option6 + "ip 10.0.0.1", option6 + "ip 10.0.0.1"});
-    EXPECT_EQ(delivered(list, turned), (Lines{"3 3 {68=6} ip:list 15=10.0.0.2 15=10.0.0.1"}));
-    const model::Tree text = changed(list, {option6 + "text dns"});
-    EXPECT_EQ(delivered(list, text), (Lines{"3 3 {68=6} text:5=dns"}));
-    EXPECT_EQ(delivered(text, changed(text, {option6 + "number -3"})), (Lines{"3 3 {68=6} number:8=-3"}));
-}
-
-TEST(Difference, ReachesTheInterfaceRowPerEntryOfEveryList)
-{
-    const model::Tree before = config({"interface Cellular 1/0", "interface GigabitEthernet 0/0"});
-    const model::Tree after = changed(
-        before, {"-interface Cellular 1/0", "interface Cellular 1/1", "interface GigabitEthernet 0/0 description x"});
-    EXPECT_EQ(delivered(before, after),
-              (Lines{"3 0 {5=0/0} description:5=x", "2 1 {5=1/0}", "3 1 {5=0/0}", "1 1 {5=1/1}"}));
+    model::Tree tree = config("");
+    EXPECT_EQ(step(&tree, "ip dhcp pool mac-binding 02:11:22:33:44:55 fixed-address 10.0.23.9; "
+                          "ip dhcp pool options option 6 ip 10.0.0.2; ip dhcp pool options option 6 ip 10.0.0.1; "
+                          "ip dhcp excluded-address excluded-address-range 10.0.23.20 high-address 10.0.23.30"),
+              "1 3 {68=6} ip:list 15=10.0.0.2 15=10.0.0.1; 1 4 {5=02:11:22:33:44:55} fixed-address:15=10.0.23.9; "
+              "1 5 {15=10.0.23.20} high-address:15=10.0.23.30");
+    EXPECT_EQ(step(&tree, "ip dhcp pool lease lease-days 2; -ip dhcp pool mac-binding; "
+                          "ip dhcp pool network dhcp-subnet-prefix 10.0.24.5/25"),
+              "3 2 network( dhcp-subnet-prefix:70=10.0.24.5/25 )network lease( lease-days:11=2 )lease; "
+              "2 4 {5=02:11:22:33:44:55}");
 }
 
 TEST(Difference, TakesRowsByPriorityThenByTable)
 {
-    const model::Tree before = config({"interface GigabitEthernet 0/0"});
+    model::Tree tree = config(port);
     const std::string rule = "ip nat inside source static tcp-udp-list 7 ";
-    const model::Tree after =
-        changed(before, {rule + "tcp_udp both", rule + "local-addr 10.0.23.9", rule + "interface global-port 80",
-                         rule + "interface GigabitEthernet 0/0", "snmp disable false", "snmp trap target 10.0.0.1 162",
-                         "system passthrough enabled true", "interface GigabitEthernet 0/0 description x"});
-    const std::string created_rule = "1 8 {11=7} tcp_udp:28=2 local-addr:15=10.0.23.9 interface( global-port:11=80 "
-                                     "GigabitEthernet:5=0/0 )interface";
-    EXPECT_EQ(delivered(before, after),
-              (Lines{"3 6 enabled:17=true", "3 10 disable:17=false", "3 0 {5=0/0} description:5=x", "3 1 {5=0/0}",
-                     "1 9 {15=10.0.0.1} {11=162} community:5=public", created_rule}));
+    EXPECT_EQ(step(&tree, rule + "tcp_udp both; " + rule + "local-addr 10.0.23.9; " + rule +
+                              "interface global-port 80; " + rule +
+                              "interface GigabitEthernet 0/0; snmp disable false; snmp trap target 10.0.0.1 162; "
+                              "system passthrough enabled true; " +
+                              port + " description x"),
+              "3 6 enabled:17=true; 3 10 disable:17=false; 3 0 {5=0/0} description:5=x; 3 1 {5=0/0}; "
+              "1 9 {15=10.0.0.1} {11=162} community:5=public; "
+              "1 8 {11=7} tcp_udp:28=2 local-addr:15=10.0.23.9 interface( global-port:11=80 GigabitEthernet:5=0/0 "
+              ")interface");
 }
 
 TEST(Difference, PutsListsWithoutTheirOwnRowIntoTheCall)
 {
+    const std::vector<proto::Subscription> subscriptions = {
+        {"ip/dhcp",                        system_ns, 0, 0x16, 0},
+        {"interface/GigabitEthernet{0/1}", system_ns, 0, 0x16, 0},
+    };
     std::vector<model::Row> rows;
     std::string error;
-    ASSERT_TRUE(model::prepare(
-        models(),
-        {
-            {"ip/dhcp",                        system_ns, 0, 0x16, 0},
-            {"interface/GigabitEthernet{0/1}", system_ns, 0, 0x16, 0}
-    },
-        &rows, &error));
-    const model::Tree before = config({});
+    ASSERT_TRUE(model::prepare(models(), subscriptions, &rows, &error));
+    const model::Tree before = config("");
     const std::string entry = "ip dhcp pool mac-binding 02:11:22:33:44:55";
-    const model::Tree after = changed(
-        before, {entry + " fixed-address 10.0.23.9", "interface GigabitEthernet 0/1", "interface GigabitEthernet 0/0"});
-    const std::string created_entry = "3 0 pool( mac-binding( mac-address:5=02:11:22:33:44:55 "
-                                      "fixed-address:15=10.0.23.9 )mac-binding )pool";
+    const model::Tree after =
+        changed(before, entry + " fixed-address 10.0.23.9; interface GigabitEthernet 0/1; " + port);
     EXPECT_EQ(show(model::difference(models(), rows, before.get(), after.get())),
-              (Lines{created_entry, "1 1 {5=0/1} media-type:28=1"}));
-    const model::Tree gone = changed(after, {"-" + entry});
-    EXPECT_EQ(show(model::difference(models(), rows, after.get(), gone.get())), Lines{"3 0"});
+              "3 0 pool( mac-binding( mac-address:5=02:11:22:33:44:55 fixed-address:15=10.0.23.9 )mac-binding )pool; "
+              "1 1 {5=0/1} media-type:28=1");
+    const model::Tree gone = changed(after, "-" + entry);
+    EXPECT_EQ(show(model::difference(models(), rows, after.get(), gone.get())), "3 0");
 }
 
 TEST(FirstDelivery, DeletesWhatIsGoneThenCreatesEverythingButDefaults)
 {
-    const model::Tree old =
-        config({"interface GigabitEthernet 0/0", "snmp trap target 10.0.0.1 162", "system passthrough enabled true"});
-    const model::Tree now = config({"interface GigabitEthernet 0/1", "snmp disable true"});
+    const model::Tree old = config(port + "; snmp trap target 10.0.0.1 162; system passthrough enabled true");
+    const model::Tree now = config("interface GigabitEthernet 0/1; snmp disable true");
     const auto calls = model::first_delivery(models(), daemon_rows(), old.get(), now.get());
-    const std::string pool_created = "1 2 network( dhcp-subnet-prefix:70=10.0.23.0/24 )network lease( lease-days:11=1 "
-                                     "lease-hours:68=0 lease-minutes:68=0 )lease";
-    EXPECT_EQ(show(calls), (Lines{"2 0 {5=0/0}", "2 1 {5=0/0}", "2 9 {15=10.0.0.1} {11=162}", pool_created,
-                                  "1 0 {5=0/1} media-type:28=1", "1 1 {5=0/1}"}));
+    EXPECT_EQ(show(calls), "2 0 {5=0/0}; 2 1 {5=0/0}; 2 9 {15=10.0.0.1} {11=162}; "
+                           "1 2 network( dhcp-subnet-prefix:70=10.0.23.0/24 )network lease( lease-days:11=1 "
+                           "lease-hours:68=0 lease-minutes:68=0 )lease; 1 0 {5=0/1} media-type:28=1; 1 1 {5=0/1}");
     EXPECT_EQ(calls.back().index, 5U);
     EXPECT_EQ(calls.back().total, 6U);
     EXPECT_TRUE(model::first_delivery(models(), daemon_rows(), nullptr, nullptr).empty());
-    EXPECT_EQ(show(model::difference(models(), daemon_rows(), now.get(), nullptr)).front(), "2 2");
+    EXPECT_EQ(show(model::difference(models(), daemon_rows(), now.get(), nullptr)).substr(0, 4), "2 2;");
 }
 
 TEST(OperationalChange, ReportsOnlyTheEntryThatIsSubscribed)
 {
-    model::Tree before;
-    std::string error;
-    const auto put = [&](model::Tree *tree, const std::string &path, const std::string &text) {
-        model::Target target;
-        ASSERT_TRUE(model::resolve(models(), path, {}, &target, &error)) << error;
-        ASSERT_TRUE(model::store(models(), tree, target, text, &error)) << error;
-    };
-    put(&before, "/cellular{2}/details/cellular-subnet-mask", "255.255.255.252");
-    model::Tree after = model::duplicate(before.get());
-    put(&after, "/cellular{2}/details/cellular-ipv4-address", "10.9.9.9");
-    put(&after, "/led/status/lan", "1");
     const auto rows = daemon_rows();
-    EXPECT_TRUE(model::operational_change(models(), rows, before.get(), after.get()).empty());
-    put(&after, "/cellular{1}/details/cellular-ipv4-address", "10.9.9.8");
-    EXPECT_EQ(show(model::operational_change(models(), rows, before.get(), after.get())),
-              Lines{"1 7 cellular-ipv4-address:15=10.9.9.8"});
-    model::Tree later = model::duplicate(after.get());
-    put(&later, "/cellular{1}/details/cellular-ipv4-address", "10.9.9.7");
-    EXPECT_EQ(show(model::operational_change(models(), rows, after.get(), later.get())),
-              Lines{"3 7 cellular-ipv4-address:15=10.9.9.7"});
-    EXPECT_TRUE(model::difference(models(), rows, after.get(), later.get()).empty());
+    model::Tree tree;
+    // What an application's storing of this value delivers.
+    const auto put = [&](const std::string &path, const std::string &text) {
+        model::Tree before = model::duplicate(tree.get());
+        model::Target target;
+        std::string error;
+        EXPECT_TRUE(model::resolve(models(), path, {}, &target, &error)) << error;
+        EXPECT_TRUE(model::store(models(), &tree, target, text, &error)) << error;
+        EXPECT_TRUE(model::difference(models(), rows, before.get(), tree.get()).empty());
+        return show(model::operational_change(models(), rows, before.get(), tree.get()));
+    };
+    EXPECT_EQ(put("/cellular{2}/details/cellular-subnet-mask", "255.255.255.252"), "");
+    EXPECT_EQ(put("/cellular{2}/details/cellular-ipv4-address", "10.9.9.9"), "");
+    EXPECT_EQ(put("/led/status/lan", "1"), "");
+    EXPECT_EQ(put("/cellular{1}/details/cellular-ipv4-address", "10.9.9.8"), "1 7 cellular-ipv4-address:15=10.9.9.8");
+    EXPECT_EQ(put("/cellular{1}/details/cellular-ipv4-address", "10.9.9.7"), "3 7 cellular-ipv4-address:15=10.9.9.7");
 }
 
 TEST(Prepare, RefusesRowsThatCannotBeDelivered)
@@ -278,30 +232,28 @@ TEST(Prepare, RefusesRowsThatCannotBeDelivered)
     }
 }
 
-Lines asked(const model::Tree &before, const model::Tree &after)
-{
-    Lines lines;
-    for (const model::Check &check : model::checks(models(), before.get(), after.get()))
-        lines.push_back(check.point + " " + check.path + " " + show(check.value));
-    return lines;
-}
-
 TEST(Checks, AskForWhatIsCreatedOrChangesInSchemaOrder)
 {
-    const model::Tree before = config({"interface GigabitEthernet 0/0 media-type sfp"});
-    const std::string v4 = "/interface/GigabitEthernet{0/0}/ip/address/v4";
-    const model::Tree after =
-        changed(before, {lan[0], lan[1], "interface Cellular 1/0", "-interface GigabitEthernet 0/0 media-type"});
-    EXPECT_EQ(asked(before, after), (Lines{"validate_interface_type /interface/GigabitEthernet{0/0}/media-type 28=1",
-                                           "validate_passthrough_feature_disabled " + v4 + "/ip 15=10.1.1.1",
-                                           "validate_netmask " + v4 + "/mask 15=255.255.255.0",
-                                           "validate_passthrough_feature_disabled " + v4 + "/mask 15=255.255.255.0",
-                                           "validate_interface /interface/Cellular{1/0}/port 5=1/0"}));
-    EXPECT_EQ(asked(after, changed(after, {"-interface Cellular 1/0", "-interface GigabitEthernet 0/0 ip"})), Lines{});
+    const auto asked = [](const model::Tree &before, const model::Tree &after) {
+        std::string text;
+        for (const model::Check &check : model::checks(models(), before.get(), after.get()))
+            text += check.point + " " + check.path + " " + show(check.value) + "\n";
+        return text;
+    };
+    const model::Tree before = config(port + " media-type sfp");
+    const model::Tree after = changed(before, lan + "interface Cellular 1/0; -" + port + " media-type");
+    EXPECT_EQ(asked(before, after),
+              R"(validate_interface_type /interface/GigabitEthernet{0/0}/media-type 28=1
+validate_passthrough_feature_disabled /interface/GigabitEthernet{0/0}/ip/address/v4/ip 15=10.1.1.1
+validate_netmask /interface/GigabitEthernet{0/0}/ip/address/v4/mask 15=255.255.255.0
+validate_passthrough_feature_disabled /interface/GigabitEthernet{0/0}/ip/address/v4/mask 15=255.255.255.0
+validate_interface /interface/Cellular{1/0}/port 5=1/0
+)");
+    EXPECT_EQ(asked(after, changed(after, "-interface Cellular 1/0; -" + port + " ip")), "");
 
     const model::Tree range =
-        config({"ip dhcp excluded-address excluded-address-range 10.0.23.7 high-address 10.0.23.9"});
-    const auto checks = model::checks(models(), config({}).get(), range.get());
+        config("ip dhcp excluded-address excluded-address-range 10.0.23.7 high-address 10.0.23.9");
+    const auto checks = model::checks(models(), config("").get(), range.get());
     ASSERT_EQ(checks.size(), 1U);
     ASSERT_EQ(checks[0].wire_path.size(), 6U);
     EXPECT_EQ(checks[0].wire_path[0].tag, 0x41a4ae0aU);

@@ -1,48 +1,47 @@
 #include "model_fixture.h"
 
-#include <cstdio>
 #include <sstream>
+
+#include <gtest/gtest.h>
 
 #include "agent/model/edit.h"
 
 const model::Models &models()
 {
-    static const model::ModelsHandle loaded = [] {
-        std::string error;
-        model::ModelsHandle handle = model::load(GW_YANG_SOURCES, &error);
-        if (!handle) std::fprintf(stderr, "%s\n", error.c_str());
-        return handle;
-    }();
+    static std::string error;
+    static const model::ModelsHandle loaded = model::load(GW_YANG_SOURCES, &error);
+    if (!loaded) ADD_FAILURE() << error;
     return *loaded;
 }
 
-proto::Words words(const std::string &line)
+proto::Words words(const std::string &line, char separator)
 {
     std::istringstream in(line);
     proto::Words list;
-    for (std::string word; in >> word;)
+    for (std::string word; std::getline(in >> std::ws, word, separator);)
         list.push_back(word);
     return list;
 }
 
-model::Tree changed(const model::Tree &tree, const std::vector<std::string> &lines)
+bool apply(model::Tree *tree, const std::string &line, proto::Error *error)
+{
+    return line.starts_with('-') ? model::remove(models(), tree, words(line.substr(1)), error)
+                                 : model::set(models(), tree, words(line), error);
+}
+
+model::Tree changed(const model::Tree &tree, const std::string &edits)
 {
     model::Tree copy = model::duplicate(tree.get());
     proto::Error error;
     bool ok = true;
-    for (const std::string &line : lines) {
-        const bool removes = line.starts_with('-');
-        ok = ok && (removes ? model::remove(models(), &copy, words(line.substr(1)), &error)
-                            : model::set(models(), &copy, words(line), &error));
-    }
+    for (const std::string &line : words(edits, ';'))
+        ok = ok && apply(&copy, line, &error);
     if (ok && model::validate(models(), &copy, &error)) return copy;
-    std::fprintf(stderr, "%s: %s\n", error.path.c_str(), error.text.c_str());
+    ADD_FAILURE() << error.path << ": " << error.text;
     return {};
 }
 
-model::Tree config(const std::vector<std::string> &lines)
+model::Tree config(const std::string &edits)
 {
-    std::vector<std::string> all{"ip dhcp pool network dhcp-subnet-prefix 10.0.23.0/24"};
-    all.insert(all.end(), lines.begin(), lines.end());
-    return changed({}, all);
+    return changed({}, "ip dhcp pool network dhcp-subnet-prefix 10.0.23.0/24; " + edits);
 }

@@ -3,21 +3,24 @@
 #define GW_TESTS_UNIT_AGENT_MODEL_FIXTURE_H
 
 #include <string>
-#include <vector>
 
 #include "agent/model/handles.h"
 #include "agent/model/models.h"
 #include "protocol/client.h"
+#include "protocol/hello.h"
 
 const model::Models &models();
 
 // "interface GigabitEthernet 0/0" as words.
-proto::Words words(const std::string &line);
+proto::Words words(const std::string &line, char separator = ' ');
 
-// A validated tree: the pool 10.0.23.0/24 and what these lines set, each like "snmp disable false"; a line that begins
-// with "-" removes. Empty if one of them was refused.
-model::Tree config(const std::vector<std::string> &lines);
+// One edit such as "snmp disable false"; a line that begins with "-" removes.
+bool apply(model::Tree *tree, const std::string &line, proto::Error *error);
+
+// A validated tree: the pool 10.0.23.0/24 and what these edits, with ";" between them, make of it. A failed expectation
+// and empty if one of them was refused.
+model::Tree config(const std::string &edits);
 // The same on top of another tree.
-model::Tree changed(const model::Tree &tree, const std::vector<std::string> &lines);
+model::Tree changed(const model::Tree &tree, const std::string &edits);
 
 #endif

@@ -22,18 +22,7 @@ using proto::ValueType;
 constexpr std::uint32_t system_ns = 0x6b64eac0;
 const std::string nat_list = "ip/nat/inside/source/static/tcp-udp-list";
 
-model::Tree rules()
-{
-    const std::string list = "ip nat inside source static tcp-udp-list ";
-    model::Tree tree = config({"interface GigabitEthernet 0/0", "interface Cellular 1/0"});
-    for (const std::string &rule : {list + "9 ", list + "5 "}) {
-        tree = changed(tree, {rule + "tcp_udp udp", rule + "local-addr 10.0.23.9", rule + "interface global-port 80",
-                              rule + "interface " + (rule == list + "5 " ? "Cellular 1/0" : "GigabitEthernet 0/0")});
-    }
-    return tree;
-}
-
-model::Target target(const std::string &path, const model::Base &base = {})
+model::Target target(const std::string &path, const model::Base &base = {system_ns, {}})
 {
     model::Target result;
     std::string error;
@@ -41,35 +30,36 @@ model::Target target(const std::string &path, const model::Base &base = {})
     return result;
 }
 
-std::string value_at(const model::Tree &tree, const std::string &path, const model::Base &base = {})
-{
-    const lyd_node *node = model::find(tree.get(), target(path, base));
-    return node ? proto::to_text(model::to_value(node)) : "absent";
-}
-
 TEST(Resolve, FindsEntriesByKeyAndByPosition)
 {
-    const model::Tree tree = rules();
-    const model::Base in_system{system_ns, {}};
-    EXPECT_EQ(value_at(tree, nat_list + "[0]/id", in_system), "9");
-    EXPECT_EQ(value_at(tree, "/gw-system:" + nat_list + "[1]/tcp_udp"), "1");
-    EXPECT_EQ(value_at(tree, nat_list + "[2]/id", in_system), "absent");
-    EXPECT_EQ(value_at(tree, nat_list + "{05}/interface/Cellular", in_system), "1/0"); // made canonical
-    EXPECT_EQ(value_at(tree, "/interface/GigabitEthernet{\"0/0\"}/media-type"), "1");
-    EXPECT_EQ(value_at(tree, "/interface/GigabitEthernet{0/1}/media-type"), "absent");
-
-    const model::Base below{system_ns, target("/ip/dhcp/pool")};
-    EXPECT_EQ(value_at(tree, "network/dhcp-subnet-prefix", below), "10.0.23.0/24");
-    EXPECT_EQ(model::find_all(tree.get(), target(nat_list, in_system)).size(), 2U);
-    EXPECT_EQ(model::find_all(tree.get(), target("/snmp/trap/target")).size(), 0U);
-    EXPECT_EQ(value_at(config({"snmp trap target ::1 162"}), "/snmp/trap/target{\"0:0::1\" 162}/community"), "public");
+    const std::string rule = "ip nat inside source static tcp-udp-list ";
+    std::string edits = "interface GigabitEthernet 0/0; interface Cellular 1/0; snmp trap target ::1 162; ";
+    for (const char *id : {"9", "5"}) // in the operator's order
+        edits += rule + id + " tcp_udp udp; " + rule + id + " local-addr 10.0.23.9; " + rule + id +
+                 " interface global-port 80; " + rule + id + " interface Cellular 1/0; ";
+    const model::Tree tree = config(edits);
+    const auto value_at = [&](const std::string &path, const model::Base &base = {system_ns, {}}) {
+        const lyd_node *node = model::find(tree.get(), target(path, base));
+        return node ? proto::to_text(model::to_value(node)) : "absent";
+    };
+    EXPECT_EQ(value_at(nat_list + "[0]/id"), "9");
+    EXPECT_EQ(value_at("/gw-system:" + nat_list + "[1]/id", {}), "5");
+    EXPECT_EQ(value_at(nat_list + "[2]/id"), "absent");
+    EXPECT_EQ(value_at(nat_list + "{05}/interface/Cellular"), "1/0") << "made canonical";
+    EXPECT_EQ(value_at("/interface/GigabitEthernet{\"0/0\"}/media-type", {}), "1");
+    EXPECT_EQ(value_at("/interface/GigabitEthernet{0/1}/media-type", {}), "absent");
+    EXPECT_EQ(value_at("network/dhcp-subnet-prefix", {system_ns, target("/ip/dhcp/pool")}), "10.0.23.0/24");
+    EXPECT_EQ(value_at("/snmp/trap/target{\"0:0::1\" 162}/community", {}), "public");
+    EXPECT_EQ(model::find_all(tree.get(), target(nat_list)).size(), 2U);
+    EXPECT_EQ(model::find_all(tree.get(), target("/ip/dhcp/pool/options/option")).size(), 0U);
 
     const lysc_node *chosen = nullptr;
-    ASSERT_TRUE(model::chosen_case(models(), tree.get(), target(nat_list + "{5}/interface", in_system),
-                                   "interface-choice", &chosen));
+    const auto choice = [&](const std::string &path) {
+        return model::chosen_case(models(), tree.get(), target(path), "interface-choice", &chosen);
+    };
+    ASSERT_TRUE(choice(nat_list + "{5}/interface"));
     EXPECT_EQ(model::tag_of(models(), chosen), 0x0ccbe400U);
-    EXPECT_FALSE(model::chosen_case(models(), tree.get(), target(nat_list + "{6}/interface", in_system),
-                                    "interface-choice", &chosen));
+    EXPECT_FALSE(choice(nat_list + "{6}/interface"));
     EXPECT_TRUE(model::exists(nullptr, target("/led/status")));
     EXPECT_FALSE(model::exists(tree.get(), target("/interface/GigabitEthernet{0/1}/ip/address")));
 }
@@ -90,7 +80,7 @@ TEST(Resolve, RefusesWhatNamesNothing)
 
 TEST(Paths, AreShownAsTheyAreRead)
 {
-    const model::Tree tree = config({"snmp trap target ::1 162", "ip dhcp pool options option 6 ip 10.0.0.1"});
+    const model::Tree tree = config("snmp trap target ::1 162; ip dhcp pool options option 6 ip 10.0.0.1");
     for (const char *path : {"/snmp/trap/target{::1 162}/community", "/ip/dhcp/pool/options/option{6}/ip{10.0.0.1}"})
         EXPECT_EQ(model::keypath_of(model::find(tree.get(), target(path))), path);
     EXPECT_EQ(model::keypath_of_library_path("/m:a/l[k='x]/ y'][j=\"it's\"]/n:b"), "/a/l{\"x]/ y\" it's}/b");
@@ -131,8 +121,6 @@ TEST(Values, OfProvidersAreCheckedAgainstTheModel)
     EXPECT_EQ(text_of("/if-mib/ifEntry{1}/ifPhysAddress", proto::make_text(ValueType::binary, std::string(3, '\0'))),
               "AAAA");
     proto::Value value;
-    ASSERT_TRUE(proto::from_text(ValueType::ipv6, "::1", &value));
-    EXPECT_EQ(text_of("/snmp/trap/target{10.0.0.1 1}/target-address", value), "::1");
     ASSERT_TRUE(proto::from_text(ValueType::ipv4prefix, "10.0.23.5/24", &value));
     EXPECT_EQ(text_of("/dhcp-server/pool-statistics/dhcp-subnet-prefix", value), "10.0.23.5/24");
 }
@@ -145,13 +133,11 @@ TEST(Models, KnowTheirPointsAndHashes)
     const lysc_node *entry = model::schema_of(target("/interface-table/entry"));
     EXPECT_EQ(model::callpoint_node(models(), model::child_named(models(), entry, "if-mtu"), &name), entry);
     EXPECT_STREQ(name, "rtm-if");
-    EXPECT_EQ(model::callpoint_nodes(models()).size(), 12U);
     EXPECT_EQ(model::callpoint_node(models(), model::schema_of(target("/led/status")), &name), nullptr);
     EXPECT_STREQ(model::action_point(models(), "clear-counters"), "clear_counter_action_point");
     EXPECT_TRUE(model::has_point(models(), model::PointKind::validation, "validate_dhcp_mac_binding"));
     EXPECT_FALSE(model::has_point(models(), model::PointKind::callpoint, "validate_dhcp_mac_binding"));
 
-    proto::Pair severity;
     std::string event;
     std::string error;
     std::vector<proto::Pair> leaves;
@@ -159,24 +145,8 @@ TEST(Models, KnowTheirPointsAndHashes)
     const proto::TagValue leaf{418582328, 0, proto::make_number(ValueType::enum_value, 2)};
     ASSERT_TRUE(model::notification_text(models(), {begin, leaf}, &event, &leaves, &error)) << error;
     EXPECT_EQ(event, "dhcp-config-change");
-    EXPECT_EQ(leaves, (std::vector<proto::Pair>{
-                          {"severity", "info"}
-    }));
+    EXPECT_EQ(leaves, std::vector<proto::Pair>(1, {"severity", "info"}));
     EXPECT_FALSE(model::notification_text(models(), {leaf}, &event, &leaves, &error));
-}
-
-void expect_help(const lysc_node *parent)
-{
-    for (const lysc_node *node : model::children(models(), parent)) {
-        EXPECT_TRUE(node->dsc) << node->name;
-        EXPECT_EQ(model::help_of(node).find('\n'), std::string::npos) << node->name;
-        if ((node->nodetype & LYD_NODE_TERM) == 0) expect_help(node);
-    }
-}
-
-TEST(Models, DescribeEveryNode)
-{
-    expect_help(nullptr);
 }
 
 // What load() says about these models next to our own extensions.
@@ -184,15 +154,13 @@ std::string loaded(const std::vector<std::string> &bodies)
 {
     char dir[] = "/tmp/modelsXXXXXX";
     if (!mkdtemp(dir)) return "no directory";
-    std::ofstream(std::string(dir) + "/gwx.yang")
-        << "module gwx { yang-version 1.1; namespace urn:x; prefix gwx; extension tag-hash { argument h; } extension "
-           "namespace-hash { argument h; } }";
-    for (std::size_t i = 0; i < bodies.size(); i++) {
-        const std::string name = "m" + std::to_string(i);
-        std::ofstream(std::string(dir) + "/" + name + ".yang")
-            << "module " << name << " { yang-version 1.1; namespace urn:" << name << "; prefix " << name
-            << "; import gwx { prefix gwx; } " << bodies[i] << "}";
-    }
+    const auto write = [&dir](const std::string &name, const std::string &body) {
+        std::ofstream(dir + ("/" + name + ".yang"))
+            << "module " + name + " { yang-version 1.1; namespace urn:" + name + "; prefix " + name + "; " + body + "}";
+    };
+    write("gwx", "extension tag-hash { argument h; } extension namespace-hash { argument h; } ");
+    for (std::size_t i = 0; i < bodies.size(); i++)
+        write("m" + std::to_string(i), "import gwx { prefix gwx; } " + bodies[i]);
     std::string error;
     model::load(dir, &error);
     std::filesystem::remove_all(dir);
@@ -213,9 +181,6 @@ TEST(Load, RefusesModelsThatCannotBeToldApart)
     EXPECT_EQ(loaded({"leaf a { type decimal64 { fraction-digits 2; } }"}),
               "the type of a has no form that applications know");
     EXPECT_NE(loaded({"leaf a { type nothing; }"}).find("model m0: "), std::string::npos);
-    std::string error;
-    EXPECT_FALSE(model::load("/no/such/place", &error));
-    EXPECT_FALSE(error.empty());
 }
 
 } // namespace

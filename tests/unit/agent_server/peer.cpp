@@ -1,15 +1,14 @@
 #include "peer.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <sstream>
 
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -25,163 +24,71 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds patience{10};
 
-sockaddr_in loopback(std::uint16_t port)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
-}
-
-bool try_connect(int fd, std::uint16_t port)
-{
-    const sockaddr_in address = loopback(port);
-    return ::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
-}
-
-std::uint16_t free_port()
-{
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = loopback(0);
-    socklen_t size = sizeof address;
-    EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr *>(&address), size), 0);
-    getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size);
-    close(fd);
-    return ntohs(address.sin_port);
-}
-
 // Whatever has arrived becomes messages. False when the agent has closed.
 bool receive(Peer &peer)
 {
     char bytes[65536];
     const ssize_t n = recv(peer.fd, bytes, sizeof bytes, 0);
-    if (n <= 0) return n < 0 && errno == EINTR;
+    if (n <= 0) return false;
     peer.in.append(bytes, static_cast<std::size_t>(n));
     proto::Frame frame;
     std::size_t used = 0;
-    std::size_t done = 0;
-    while (proto::next_frame(std::string_view(peer.in).substr(done), &frame, &used) == proto::Parse::complete) {
+    while (proto::next_frame(peer.in, &frame, &used) == proto::Parse::complete) {
         peer.messages.push_back({frame.op, frame.id, std::string(frame.payload)});
-        done += used;
+        peer.in.erase(0, used);
     }
-    peer.in.erase(0, done);
     return true;
 }
 
-template <typename Record> Record decoded(const Message &message)
+std::string answer_delivery(Application &app, const proto::Deliver &call)
 {
-    Record record;
-    EXPECT_TRUE(proto::decode(message.payload, &record));
-    return record;
+    app.got.push_back(call);
+    if (app.on_deliver && !app.on_deliver(call)) {
+        hang_up(app.peer);
+    } else if (call.txid != 0) { // operational changes are not counted
+        app.record.last_done = call.index + 1;
+        app.record.last_txid = call.txid;
+    }
+    return proto::encode(proto::Status{});
 }
 
-void reply(Application &app, const Message &to, const std::string &payload)
+std::string verdict(Application &app, const std::string &point)
 {
-    send_bytes(app.peer, proto::make_frame(proto::Op::reply, to.id, payload));
+    app.asked.push_back(point);
+    return proto::encode(app.verdicts[point]);
 }
 
 void answer(Application &app, const Message &message)
 {
-    if (message.op == proto::Op::deliver) {
-        const auto call = decoded<proto::Deliver>(message);
-        app.got.push_back(call);
-        if (app.on_deliver) app.on_deliver(call);
-        if (app.got.size() > app.silent_after) return;
-        if (call.txid != 0) { // operational changes are not counted
-            app.record.last_done = call.index + 1;
-            app.record.last_txid = call.txid;
-        }
-        reply(app, message, proto::encode(proto::Status{}));
-    } else if (message.op == proto::Op::call_validate) {
-        app.asked.push_back(decoded<proto::CallValidate>(message).point);
-        reply(app, message, proto::encode(app.verdicts[app.asked.back()]));
-    } else if (message.op == proto::Op::call_data && app.provider) {
-        reply(app, message, proto::encode(app.provider(decoded<proto::CallData>(message))));
-    } else if (message.op == proto::Op::call_action) {
-        app.asked.push_back(decoded<proto::CallAction>(message).point);
-        reply(app, message, proto::encode(app.verdicts[app.asked.back()]));
-    }
+    std::string payload;
+    if (message.op == proto::Op::deliver) payload = answer_delivery(app, decoded<proto::Deliver>(message));
+    if (message.op == proto::Op::call_validate) payload = verdict(app, decoded<proto::CallValidate>(message).point);
+    if (message.op == proto::Op::call_action) payload = verdict(app, decoded<proto::CallAction>(message).point);
+    if (message.op == proto::Op::call_data && app.provider)
+        payload = proto::encode(app.provider(decoded<proto::CallData>(message)));
+    if (!payload.empty()) send_bytes(app.peer, proto::make_frame(proto::Op::reply, message.id, payload));
 }
 
-void answer_all(Application &app)
+// Lets the application answer and waits for input of either. False when the peer has been closed; *quiet when nothing
+// came.
+bool pump(Peer *peer, Application *app, int ms, bool *quiet = nullptr)
 {
-    while (!app.peer.messages.empty()) {
-        const Message message = app.peer.messages.front();
-        app.peer.messages.pop_front();
-        answer(app, message);
+    while (app != nullptr && !app->peer.messages.empty()) {
+        const Message message = app->peer.messages.front();
+        app->peer.messages.pop_front();
+        answer(*app, message);
     }
-}
-
-void wait_input(std::vector<pollfd> fds, int ms, std::vector<bool> *ready)
-{
-    poll(fds.data(), fds.size(), ms);
-    for (const pollfd &fd : fds)
-        ready->push_back((fd.revents & (POLLIN | POLLHUP | POLLERR)) != 0);
+    pollfd fds[] = {
+        {peer != nullptr ? peer->fd : -1,    POLLIN, 0},
+        {app != nullptr ? app->peer.fd : -1, POLLIN, 0}
+    };
+    const int ready = poll(fds, 2, ms);
+    if (quiet != nullptr) *quiet = ready <= 0;
+    if (fds[1].revents != 0 && !receive(app->peer)) hang_up(app->peer);
+    return fds[0].revents == 0 || receive(*peer);
 }
 
 } // namespace
-
-void fail_with(const Message &message)
-{
-    proto::Error error;
-    if (message.op == proto::Op::error && proto::decode(message.payload, &error)) {
-        ADD_FAILURE() << "refused: " << error.path << ": " << error.text;
-    } else {
-        ADD_FAILURE() << "no usable reply: operation " << static_cast<int>(message.op);
-    }
-}
-
-AgentProcess::AgentProcess() : port(free_port())
-{
-    char name[] = "/tmp/agent-test-XXXXXX";
-    state_dir = mkdtemp(name);
-}
-
-AgentProcess::~AgentProcess()
-{
-    stop(*this, SIGKILL);
-    std::error_code ignored;
-    std::filesystem::remove_all(state_dir, ignored);
-}
-
-void start(AgentProcess &agent, const char *kill_at)
-{
-    stop(agent, SIGKILL);
-    agent.pid = fork();
-    if (agent.pid == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (kill_at != nullptr) setenv("GW_AGENT_KILL_AT", kill_at, 1);
-        const std::string number = std::to_string(agent.port);
-        execl(GW_AGENT_EXE, GW_AGENT_EXE, "--models", GW_YANG, "--state", agent.state_dir.c_str(), "--factory",
-              GW_FACTORY, "--listen", number.c_str(), static_cast<char *>(nullptr));
-        _exit(127);
-    }
-    const auto end = Clock::now() + patience;
-    while (Clock::now() < end && waitpid(agent.pid, nullptr, WNOHANG) == 0) {
-        const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        const bool listens = try_connect(fd, agent.port);
-        close(fd);
-        if (listens) return;
-        usleep(2000);
-    }
-    agent.pid = -1;
-}
-
-void stop(AgentProcess &agent, int signal)
-{
-    if (agent.pid <= 0) return;
-    kill(agent.pid, signal);
-    wait_end(agent);
-}
-
-int wait_end(AgentProcess &agent)
-{
-    int status = 0;
-    waitpid(agent.pid, &status, 0);
-    agent.pid = -1;
-    return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-}
 
 Peer::~Peer()
 {
@@ -196,58 +103,52 @@ void hang_up(Peer &peer)
     peer.messages.clear();
 }
 
-void open_socket(Peer &peer, const AgentProcess &agent)
+// Outside a sandbox other tests run at the same time.
+std::uint16_t port()
+{
+    return static_cast<std::uint16_t>(20000 + getpid() % 10000);
+}
+
+bool open_socket(Peer &peer)
 {
     hang_up(peer);
     peer.fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    EXPECT_TRUE(try_connect(peer.fd, agent.port));
     const int on = 1;
     setsockopt(peer.fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    const sockaddr_in address{AF_INET, htons(port()), {htonl(INADDR_LOOPBACK)}, {}};
+    return ::connect(peer.fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
 }
 
-void connect(Peer &peer, const AgentProcess &agent, proto::Role role, const char *name)
+void connect(Peer &peer, proto::Role role)
 {
-    open_socket(peer, agent);
-    const proto::Hello hello{proto::version, role, name, static_cast<std::uint32_t>(getpid())};
-    EXPECT_EQ(ask_for<proto::HelloReply>(peer, proto::Op::hello, proto::encode(hello)).version, proto::version);
+    ASSERT_TRUE(open_socket(peer));
+    const proto::Hello hello{proto::version, role, "test", static_cast<std::uint32_t>(getpid())};
+    EXPECT_EQ(ask_for<proto::HelloReply>(peer, proto::Op::hello, hello).version, proto::version);
 }
 
 bool send_bytes(Peer &peer, const std::string &bytes)
 {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t n = ::send(peer.fd, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
-        if (n < 0) return false;
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
+    const ssize_t n = ::send(peer.fd, bytes.data(), bytes.size(), MSG_NOSIGNAL); // blocks until all is taken
+    return n == static_cast<ssize_t>(bytes.size());
 }
 
-std::uint32_t send(Peer &peer, proto::Op op, const std::string &payload)
+std::uint32_t send(Peer &peer, proto::Op op, const Payload &payload)
 {
-    send_bytes(peer, proto::make_frame(op, ++peer.last_id, payload));
+    send_bytes(peer, proto::make_frame(op, ++peer.last_id, payload.bytes));
     return peer.last_id;
 }
 
-Message await(Peer &peer, const std::function<bool(const Message &)> &wanted, Application *app)
+Message await(Peer &peer, const std::function<bool(const Message &)> &wanted)
 {
     const auto end = Clock::now() + patience;
     while (Clock::now() < end) {
         const auto it = std::find_if(peer.messages.begin(), peer.messages.end(), wanted);
         if (it != peer.messages.end()) {
-            Message message = *it;
+            const Message message = *it;
             peer.messages.erase(it);
             return message;
         }
-        std::vector<pollfd> fds = {
-            {peer.fd, POLLIN, 0}
-        };
-        if (app != nullptr && app->peer.fd >= 0) fds.push_back({app->peer.fd, POLLIN, 0});
-        std::vector<bool> ready;
-        wait_input(fds, 100, &ready);
-        if (ready.size() > 1 && ready[1] && !receive(app->peer)) hang_up(app->peer);
-        if (app != nullptr) answer_all(*app);
-        if (ready[0] && !receive(peer) && peer.messages.empty()) return {};
+        if (!pump(&peer, peer.app, 100) && peer.messages.empty()) break;
     }
     return {};
 }
@@ -256,53 +157,34 @@ bool is_closed(Peer &peer)
 {
     const auto end = Clock::now() + patience;
     while (Clock::now() < end) {
-        std::vector<bool> ready;
-        wait_input(
-            {
-                {peer.fd, POLLIN, 0}
-        },
-            100, &ready);
-        if (ready[0] && !receive(peer)) return true;
+        if (!pump(&peer, nullptr, 100)) return true;
     }
     return false;
 }
 
-Message ask(Peer &peer, proto::Op op, const std::string &payload, Application *app)
+Message ask(Peer &peer, proto::Op op, const Payload &payload)
 {
     const std::uint32_t id = send(peer, op, payload);
-    return await(
-        peer, [id](const Message &m) { return m.id == id && (m.op == proto::Op::reply || m.op == proto::Op::error); },
-        app);
+    return await(peer, [id](const Message &m) { return m.id == id && m.op >= proto::Op::reply; });
 }
 
-proto::Error ask_error(Peer &peer, proto::Op op, const std::string &payload, Application *app)
+proto::Error ask_error(Peer &peer, proto::Op op, const Payload &payload)
 {
-    const Message message = ask(peer, op, payload, app);
+    const Message message = ask(peer, op, payload);
     EXPECT_EQ(message.op, proto::Op::error);
-    return message.op == proto::Op::error && !message.payload.empty() ? decoded<proto::Error>(message) : proto::Error{};
+    return message.op == proto::Op::error ? decoded<proto::Error>(message) : proto::Error{};
 }
 
-bool join(Application &app, const AgentProcess &agent)
+bool join(Application &app)
 {
-    connect(app.peer, agent, proto::Role::application, "tarvod");
-    const Message message = ask(app.peer, proto::Op::register_app, proto::encode(app.record));
-    answer_all(app);
-    return message.op == proto::Op::reply;
+    connect(app.peer, proto::Role::application);
+    return ask(app.peer, proto::Op::register_app, app.record).op == proto::Op::reply;
 }
 
 void serve(Application &app, int quiet_ms)
 {
-    while (app.peer.fd >= 0) {
-        std::vector<bool> ready;
-        answer_all(app);
-        wait_input(
-            {
-                {app.peer.fd, POLLIN, 0}
-        },
-            quiet_ms, &ready);
-        if (!ready[0]) return;
-        if (!receive(app.peer)) hang_up(app.peer);
-    }
+    for (bool quiet = false; app.peer.fd >= 0 && !quiet;)
+        pump(nullptr, &app, quiet_ms, &quiet);
 }
 
 proto::Register tarvod_record(std::uint64_t instance)
@@ -321,14 +203,9 @@ proto::Register tarvod_record(std::uint64_t instance)
         {"cellular{1}/details",                             0x0c7acb07, 0, values, proto::on_operational},
         {"gw-snmp:snmp",                                    0x51c03854, 0, values, 0                    }
     };
-    record.validation_points = {"validate_interface",
-                                "validate_netmask",
-                                "validate_interface_type",
-                                "validate_dhcp_subnet_prefix",
-                                "validate_dhcp_excluded_range",
-                                "validate_dhcp_mac_binding",
-                                "validate_passthrough_feature_disabled",
-                                "validate_passthrough_feature_supported"};
+    for (const char *point : {"interface", "netmask", "interface_type", "dhcp_subnet_prefix", "dhcp_excluded_range",
+                              "dhcp_mac_binding", "passthrough_feature_disabled", "passthrough_feature_supported"})
+        record.validation_points.push_back(std::string("validate_") + point);
     record.action_points = {"clear_counter_action_point"};
     record.callpoints = {
         {"if-mib-interface-stats",          0b111000},
@@ -345,29 +222,96 @@ proto::Words words(const std::string &line)
 {
     if (!line.empty() && line.front() == '/') return {line};
     std::istringstream in(line);
-    proto::Words list;
-    for (std::string word; in >> word;)
-        list.push_back(word);
-    return list;
+    return {std::istream_iterator<std::string>(in), {}};
 }
 
-void edit(Peer &client, const std::string &line, bool remove)
+void edit(Peer &client, const std::string &edits)
 {
-    const Message message = ask(client, proto::Op::edit, proto::encode(proto::Edit{remove, words(line)}));
-    if (message.op != proto::Op::reply) fail_with(message);
+    std::istringstream in(edits);
+    for (std::string line; std::getline(in >> std::ws, line, ';');) {
+        const bool remove = line.front() == '-';
+        const Message message = ask(client, proto::Op::edit, proto::Edit{remove, words(line.substr(remove ? 1 : 0))});
+        EXPECT_EQ(message.op, proto::Op::reply) << line << ": " << decoded<proto::Error>(message).text;
+    }
 }
 
-proto::CommitReply commit(Peer &client, Application *app, const proto::Commit &record)
+proto::CommitReply commit(Peer &client, const proto::Commit &record)
 {
-    return ask_for<proto::CommitReply>(client, proto::Op::commit, proto::encode(record), app);
+    return ask_for<proto::CommitReply>(client, proto::Op::commit, record);
 }
 
 std::string value_of(Peer &client, const std::string &line, proto::Source source)
 {
-    const Message message = ask(client, proto::Op::get, proto::encode(proto::Get{source, true, words(line)}));
-    proto::Tree tree;
-    if (message.op != proto::Op::reply || !proto::decode(message.payload, &tree) || tree.nodes.empty()) return "";
-    return tree.nodes.front().text;
+    const Message message = ask(client, proto::Op::get, proto::Get{source, true, words(line)});
+    if (message.op != proto::Op::reply) return "";
+    std::string text; // of the last leaf: on the way to it there are keys
+    for (const proto::TreeNode &node : decoded<proto::Tree>(message).nodes) {
+        if (node.kind == proto::NodeKind::leaf) text = node.text;
+    }
+    return text;
+}
+
+void AgentTest::SetUp()
+{
+    char name[] = "/tmp/agent-test-XXXXXX";
+    state_dir = mkdtemp(name);
+    app.record = tarvod_record(1);
+    client.app = &app;
+    restart();
+    app.got.clear();
+}
+
+void AgentTest::TearDown()
+{
+    stop(SIGKILL);
+    std::error_code ignored;
+    std::filesystem::remove_all(state_dir, ignored);
+}
+
+void AgentTest::start()
+{
+    const std::string number = std::to_string(port());
+    pid = fork();
+    if (pid == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        execl(GW_AGENT_EXE, GW_AGENT_EXE, "--models", GW_YANG, "--state", state_dir.c_str(), "--factory", GW_FACTORY,
+              "--listen", number.c_str(), static_cast<char *>(nullptr));
+        _exit(127);
+    }
+    const auto end = Clock::now() + patience;
+    while (!open_socket(client) && Clock::now() < end)
+        usleep(2000);
+    connect(client, proto::Role::client);
+}
+
+void AgentTest::stop(int signal)
+{
+    if (pid <= 0) return;
+    kill(pid, signal);
+    waitpid(pid, nullptr, 0);
+    pid = -1;
+}
+
+void AgentTest::restart(int signal)
+{
+    stop(signal);
+    start();
+    EXPECT_TRUE(join(app));
+    serve(app);
+}
+
+void AgentTest::new_process()
+{
+    hang_up(app.peer);
+    app.record = tarvod_record(app.record.instance + 1);
+}
+
+std::string AgentTest::status(const std::string &name)
+{
+    for (const proto::Pair &pair : ask_for<proto::Pairs>(client, proto::Op::status).pairs) {
+        if (pair.name == name) return pair.value;
+    }
+    return "?";
 }
 
 } // namespace test
