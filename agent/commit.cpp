@@ -216,9 +216,10 @@ std::vector<proto::Remark> remarks_of(const Agent &agent)
     std::vector<proto::Remark> remarks;
     for (const auto &[name, app] : agent.applications) {
         remarks.insert(remarks.end(), app.remarks.begin(), app.remarks.end());
-        if (app.remarks_dropped != 0)
+        if (app.remarks_dropped != 0) {
             remarks.push_back(
                 {"", name + ": " + std::to_string(app.remarks_dropped) + " earlier remarks are left out"});
+        }
         if (app.peer == 0) remarks.push_back({"", name + " is away: it gets the changes when it is back"});
     }
     return remarks;
