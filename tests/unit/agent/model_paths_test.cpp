@@ -34,9 +34,12 @@ TEST(Resolve, FindsEntriesByKeyAndByPosition)
 {
     const std::string rule = "ip nat inside source static tcp-udp-list ";
     std::string edits = "interface GigabitEthernet 0/0; interface Cellular 1/0; snmp trap target ::1 162; ";
-    for (const char *id : {"9", "5"}) // in the operator's order
-        edits += rule + id + " tcp_udp udp; " + rule + id + " local-addr 10.0.23.9; " + rule + id +
-                 " interface global-port 80; " + rule + id + " interface Cellular 1/0; ";
+    for (const char *id : {"9", "5"}) { // in the operator's order
+        for (const char *rest : {" tcp_udp udp; ", " local-addr 10.0.23.9; ", " interface global-port 80; ",
+                                 " interface Cellular 1/0; "}) {
+            edits.append(rule).append(id).append(rest);
+        }
+    }
     const model::Tree tree = config(edits);
     const auto value_at = [&](const std::string &path, const model::Base &base = {system_ns, {}}) {
         const lyd_node *node = model::find(tree.get(), target(path, base));

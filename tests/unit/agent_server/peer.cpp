@@ -144,7 +144,7 @@ Message await(Peer &peer, const std::function<bool(const Message &)> &wanted)
     while (Clock::now() < end) {
         const auto it = std::find_if(peer.messages.begin(), peer.messages.end(), wanted);
         if (it != peer.messages.end()) {
-            const Message message = *it;
+            Message message = std::move(*it);
             peer.messages.erase(it);
             return message;
         }
