@@ -1,5 +1,6 @@
 // Every change reaches an application exactly once, whoever is killed when.
 #include <csignal>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 
@@ -22,9 +23,10 @@ struct DeliveryTest : AgentTest {
     std::string take()
     {
         std::string text;
-        for (const proto::Deliver &call : app.got)
+        for (const proto::Deliver &call : app.got) {
             text += std::to_string(call.row) + " " + std::to_string(call.operation) + " " +
                     (call.keys.empty() ? "" : proto::to_text(call.keys.front())) + "; ";
+        }
         app.got.clear();
         return text;
     }
@@ -119,6 +121,35 @@ TEST_F(DeliveryTest, ANewProcessDeletesWhatAnInterruptedOneMayHaveMade)
     EXPECT_TRUE(in_step());
 }
 
+TEST_F(DeliveryTest, WhatAnApplicationHasIsKnownThoughTheConfigurationIsDamaged)
+{
+    edit(client, three_edits);
+    commit(client);
+    app.got.clear();
+    stop(SIGKILL);
+    std::filesystem::resize_file(state_dir + "/running.json", 50);
+    start();
+    join_again();
+    EXPECT_EQ(take(), "2 3 ; 3 2 02:00:00:00:00:01; 4 2 10.0.23.9; ");
+}
+
+TEST_F(DeliveryTest, ARefusedDeliveryHoldsNobodyUp)
+{
+    Peer other;
+    connect(other, proto::Role::application);
+    other.app = &app;
+    const proto::Subscription snmp{"gw-snmp:snmp", 0x51c03854, 0, proto::wants_values, 0};
+    ask(other, Op::register_app, proto::Register{"second", 9, 0, 0, {snmp}, {}, {}, {}});
+    edit(client, "snmp disable false");
+    const std::uint32_t id = send(client, Op::commit, proto::Commit{});
+    const Message call = await(other, [](const Message &m) { return m.op == Op::deliver; });
+    const std::string busy = proto::encode(proto::Error{proto::ErrorCode::unavailable, "", "busy"});
+    send_bytes(other, proto::make_frame(Op::error, call.id, busy));
+    const Message reply = await(client, [id](const Message &m) { return m.id == id; });
+    EXPECT_EQ(decoded<proto::CommitReply>(reply).remarks.size(), 2U) << "it failed, and is away";
+    EXPECT_TRUE(is_closed(other));
+}
+
 TEST_F(DeliveryTest, RegistrationsThatCannotHoldAreRefused)
 {
     const proto::Subscription snmp{"gw-snmp:snmp", 0x51c03854, 0, proto::wants_values, 0};
@@ -136,6 +167,8 @@ TEST_F(DeliveryTest, RegistrationsThatCannotHoldAreRefused)
         other.record = cases[i];
         EXPECT_EQ(join(other), i == 5) << i;
     }
+    const proto::Register third{"third", 9, 0, 0, {}, {}, {}, {}};
+    EXPECT_EQ(ask_error(app.peer, Op::register_app, third).code, proto::ErrorCode::in_use) << "a second name";
     serve(app);
     EXPECT_TRUE(app.got.empty()) << "the first one is not disturbed";
     Application again; // the same process, before its old connection was seen to end
@@ -159,6 +192,9 @@ TEST_F(DeliveryTest, OperationalChangesComeOncePerWriteSessionAndAreNeverRepeate
         ask(data, Op::cdb_end);
         serve(app);
     };
+    ask(data, Op::cdb_start, proto::CdbStart{proto::Database::operational, 0});
+    const proto::CdbSet key{"/gw-cellular:cellular{1}/id", proto::make_number(proto::ValueType::uint8, 2)};
+    EXPECT_EQ(ask_error(data, Op::cdb_set, key).code, proto::ErrorCode::bad_path);
     write("10.1.1.1");
     ASSERT_EQ(app.got.size(), 1U);
     EXPECT_EQ(app.got[0].txid, 0U);

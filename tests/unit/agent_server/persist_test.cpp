@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "agent/text.h"
+
 using agent::Document;
 
 TEST(Trailer, GivesBackWhatWasWritten)
@@ -40,6 +42,13 @@ TEST(Trailer, EveryCutAndEveryChangedByteIsNoticed)
     }
 }
 
+TEST(Text, IsCutBetweenCharacters)
+{
+    const char *const cuts[] = {"", "a", "a", "a\u00e9", "a\u00e9", "a\u00e9", "a\u00e9\u20ac", "a\u00e9\u20ac"};
+    for (std::size_t max = 0; max < std::size(cuts); max++)
+        EXPECT_EQ(agent::cut_text("a\u00e9\u20ac", max), cuts[max]) << max;
+}
+
 TEST(Files, ALinkKeepsWhatWasReplaced)
 {
     char name[] = "/tmp/persist-test-XXXXXX";
@@ -51,7 +60,9 @@ TEST(Files, ALinkKeepsWhatWasReplaced)
     std::string bytes;
     EXPECT_EQ(agent::read_file(dir + "/b", &bytes, &error), agent::Found::whole);
     EXPECT_EQ(bytes, "one");
-    ASSERT_TRUE(agent::link_file(dir, "a", "b", &error)) << "over an existing name: " << error;
+    for (const char *when : {"over an existing name", "once more"})
+        ASSERT_TRUE(agent::link_file(dir, "a", "b", &error)) << when << ": " << error;
+    EXPECT_EQ(agent::list_files(dir).size(), 4U) << "a, b, and the directory's own two";
     EXPECT_EQ(agent::read_file(dir + "/b", &bytes, &error), agent::Found::whole);
     EXPECT_EQ(bytes, "two");
     EXPECT_EQ(agent::read_file(dir + "/c", &bytes, &error), agent::Found::missing);

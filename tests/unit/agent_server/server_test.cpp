@@ -58,6 +58,18 @@ TEST_F(ServerTest, ManyThatSayNothingDoNotKeepOthersOut)
     EXPECT_TRUE(is_closed(silent.back())) << "after 5 s";
 }
 
+TEST_F(ServerTest, IdleClientsMakeRoom)
+{
+    edit(client, "snmp disable false"); // one that has something to lose stays
+    std::vector<Peer> idle(250);
+    for (Peer &peer : idle)
+        connect(peer, Role::client);
+    EXPECT_TRUE(is_closed(idle.front()));
+    EXPECT_EQ(ask(idle.back(), Op::status).op, Op::reply);
+    send_bytes(idle.back(), proto::make_frame(Op::status, 0, ""));
+    EXPECT_TRUE(is_closed(idle.back())) << "nobody would learn the answer";
+}
+
 TEST_F(ServerTest, RolesRestrictOperations)
 {
     const std::pair<Role, Op> forbidden[] = {
