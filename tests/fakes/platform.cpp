@@ -62,7 +62,13 @@ void confd_trans_seterr(confd_trans_ctx * /*tctx*/, const char *fmt, ...)
 
 int confd_register_data_cb(confd_daemon_ctx * /*dx*/, const confd_data_cbs *cbs)
 {
-    record(std::string("provider: ") + cbs->callpoint);
+    std::string calls;
+    if (cbs->get_elem != nullptr) calls += " elem";
+    if (cbs->get_next != nullptr) calls += " next";
+    if (cbs->get_object != nullptr) calls += " object";
+    if (cbs->get_next_object != nullptr) calls += " next-object";
+    if (cbs->find_next_object != nullptr) calls += " find-next";
+    record(std::string("provider: ") + cbs->callpoint + calls);
     return outcomes.refused_callpoint == cbs->callpoint ? CONFD_ERR : CONFD_OK;
 }
 

@@ -50,7 +50,15 @@ void check_records(const TollanModuleParams &params, const TarvoDaemon &daemon)
               record(184, {{136, address(tarvo_config_gigabitethernet)}},
                      {{8, "interface/GigabitEthernet"}, {152, "\xc0\xea\x64\x6b"}, {164, "\x01\x16"}}));
     EXPECT_EQ(subscription(7).substr(152, 4), "\x07\xcb\x7a\x0c");
-    EXPECT_EQ(subscription(7).substr(164, 3), std::string_view("\x00\x16\x10", 3));
+    const std::string_view deliveries = "01 16 00 01 10 00 00 16 00 01 16 00 01 16 00 01 16 00 "
+                                        "00 16 00 00 16 10 03 16 00 02 06 00 00 06 00 ";
+    std::string found; // priority, flags and oper of each row
+    for (std::size_t i = 0; i < 33; i++) {
+        char hex[4];
+        snprintf(hex, sizeof hex, "%02x ", static_cast<unsigned char>(subscription(i / 3)[164 + i % 3]));
+        found += hex;
+    }
+    EXPECT_EQ(found, deliveries);
     EXPECT_STREQ(subscription(9).data() + 8, "gw-snmp:snmp/trap/target");
     EXPECT_EQ(subscription(11), record(184, {}));
     const auto point = [&](std::size_t number) { return entry(params.validation_points, 272, number); };
@@ -108,25 +116,28 @@ TEST(Registration, StopsAtTheProviderThatIsRefused)
     const std::string show_init = "error: tarvo_show_init[#]: Failed to register data cb for show ";
     const std::string snmp_init = "error: tarvo_snmp_init[#]: Failed to register - IF-MIB ";
     // clang-format off
-    const std::pair<const char *, std::string> cases[] = {
-        {"interface_brief_cellular",         show + "interface brief Cellular cb"},
-        {"interface_brief_gigabitethernet",  show + "interface brief GigabitEthernet cb"},
-        {"pat_cp",                           show_init + "pat"},
-        {"dhcp_pool_stats",                  ""},
-        {"dhcp_binding",                     show_init + "ip dhcp binding"},
-        {"interface_detail_cellular",        show + "interface detail Cellular cb"},
-        {"interface_detail_gigabitethernet", show + "interface detail GigabitEthernet cb"},
-        {"rtm-if",                           show + "zelora oper interfaces cb"},
-        {"oper_status",                      "debug: Failed to register - show transceiver oper status cb"},
-        {"idprom_info",                      "debug: Failed to register - show transceiver idprom info cb"},
-        {"if-mib-interface-stats",           snmp_init + "interface stats"},
-        {"if-mib-interfaces",                snmp_init + "interfaces"},
+    const struct {
+        const char *callpoint, *calls;
+        std::string log;
+    } cases[] = {
+        {"interface_brief_cellular",         " next object", show + "interface brief Cellular cb"},
+        {"interface_brief_gigabitethernet",  " next object", show + "interface brief GigabitEthernet cb"},
+        {"pat_cp",                           " elem next", show_init + "pat"},
+        {"dhcp_pool_stats",                  " elem", ""},
+        {"dhcp_binding",                     " next object", show_init + "ip dhcp binding"},
+        {"interface_detail_cellular",        " next object", show + "interface detail Cellular cb"},
+        {"interface_detail_gigabitethernet", " next object", show + "interface detail GigabitEthernet cb"},
+        {"rtm-if",                           " elem next", show + "zelora oper interfaces cb"},
+        {"oper_status",                      " elem", "debug: Failed to register - show transceiver oper status cb"},
+        {"idprom_info",                      " elem", "debug: Failed to register - show transceiver idprom info cb"},
+        {"if-mib-interface-stats",           " object next-object find-next", snmp_init + "interface stats"},
+        {"if-mib-interfaces",                " elem", snmp_init + "interfaces"},
     };
     // clang-format on
     tollan_ctx ctx{};
     fakes::Events before;
-    for (const auto &[callpoint, log] : cases) {
-        before.push_back(std::string("provider: ") + callpoint);
+    for (const auto &[callpoint, calls, log] : cases) {
+        before.push_back(std::string("provider: ") + callpoint + calls);
         for (const bool logging : {true, false}) {
             fakes::reset();
             g_logger_p = logging ? &g_logger : nullptr;
