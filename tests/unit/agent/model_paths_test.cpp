@@ -3,15 +3,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <set>
 
 #include <gtest/gtest.h>
 #include <libyang/libyang.h>
 
-#include "agent/model/complete.h"
-#include "agent/model/deliveries.h"
-#include "agent/model/edit.h"
-#include "agent/model/render.h"
 #include "agent/model/values.h"
 #include "model_fixture.h"
 
@@ -126,30 +121,6 @@ TEST(Values, OfProvidersAreCheckedAgainstTheModel)
     proto::Value value;
     ASSERT_TRUE(proto::from_text(ValueType::ipv4prefix, "10.0.23.5/24", &value));
     EXPECT_EQ(text_of("/dhcp-server/pool-statistics/dhcp-subnet-prefix", value), "10.0.23.5/24");
-}
-
-TEST(Models, KnowTheirPointsAndHashes)
-{
-    EXPECT_EQ(model::tag_of(models(), model::schema_of(target("/interface-view/brief/Cellular"))), 0x0ccbe400U);
-    EXPECT_EQ(model::ns_of(models(), model::module_of_ns(models(), 0x0c7acb07)), 0x0c7acb07U);
-    const char *name = nullptr;
-    const lysc_node *entry = model::schema_of(target("/interface-table/entry"));
-    EXPECT_EQ(model::callpoint_node(models(), model::child_named(models(), entry, "if-mtu"), &name), entry);
-    EXPECT_STREQ(name, "rtm-if");
-    EXPECT_EQ(model::callpoint_node(models(), model::schema_of(target("/led/status")), &name), nullptr);
-    EXPECT_STREQ(model::action_point(models(), "clear-counters"), "clear_counter_action_point");
-    EXPECT_TRUE(model::has_point(models(), model::PointKind::validation, "validate_dhcp_mac_binding"));
-    EXPECT_FALSE(model::has_point(models(), model::PointKind::callpoint, "validate_dhcp_mac_binding"));
-
-    std::string event;
-    std::string error;
-    std::vector<proto::Pair> leaves;
-    const proto::TagValue begin{2051227091, system_ns, proto::make_tag(ValueType::xmlbegin, 2051227091, system_ns)};
-    const proto::TagValue leaf{418582328, 0, proto::make_number(ValueType::enum_value, 2)};
-    ASSERT_TRUE(model::notification_text(models(), {begin, leaf}, &event, &leaves, &error)) << error;
-    EXPECT_EQ(event, "dhcp-config-change");
-    EXPECT_EQ(leaves, std::vector<proto::Pair>(1, {"severity", "info"}));
-    EXPECT_FALSE(model::notification_text(models(), {leaf}, &event, &leaves, &error));
 }
 
 // What load() says about these models next to our own extensions.

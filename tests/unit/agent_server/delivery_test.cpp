@@ -131,6 +131,7 @@ TEST_F(DeliveryTest, WhatAnApplicationHasIsKnownThoughTheConfigurationIsDamaged)
     start();
     join_again();
     EXPECT_EQ(take(), "2 3 ; 3 2 02:00:00:00:00:01; 4 2 10.0.23.9; ");
+    EXPECT_EQ(status("transaction"), "3") << "no number is used twice";
 }
 
 TEST_F(DeliveryTest, ARefusedDeliveryHoldsNobodyUp)

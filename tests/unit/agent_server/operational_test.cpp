@@ -46,24 +46,6 @@ DataReply value(const proto::Value &v)
     return reply;
 }
 
-// Takes away the ancestors of what the keypath names, with the keys of entries among them.
-std::vector<proto::TreeNode> below_ancestors(const std::string &keypath, std::vector<proto::TreeNode> tree)
-{
-    int depth = 0;
-    int steps = 0;
-    for (const char c : keypath) {
-        depth += c == '{' ? 1 : c == '}' ? -1 : 0;
-        steps += c == '/' && depth == 0 ? 1 : 0;
-    }
-    for (int i = 1; i < steps && !tree.empty(); i++) {
-        tree.erase(tree.begin());
-        while (!tree.empty() && tree.front().kind == NodeKind::leaf && tree.front().is_key)
-            tree.erase(tree.begin());
-        if (!tree.empty()) tree.pop_back();
-    }
-    return tree;
-}
-
 struct OperationalTest : AgentTest {
     std::vector<DataCall> calls; // that came
     std::vector<proto::TreeNode> nodes;
@@ -82,7 +64,7 @@ struct OperationalTest : AgentTest {
         calls.clear();
         const Message message = ask(client, Op::get, proto::Get{proto::Source::operational, false, words(line)});
         if (message.op != Op::reply) return "error";
-        nodes = below_ancestors(line, decoded<proto::Tree>(message).nodes);
+        nodes = decoded<proto::Tree>(message).nodes;
         std::string out;
         for (const proto::TreeNode &node : nodes) {
             if (node.kind == NodeKind::end) {
@@ -104,8 +86,8 @@ TEST_F(OperationalTest, AnObjectListGoesOnWithFindNextWhereNextIsMinusOne)
     provide([](const proto::CallData &call) {
         return if_row(call.call == DataCall::find_next_object ? call.keys.at(0).number + 1 : 1);
     });
-    EXPECT_EQ(read("/if-mib/ifEntry"),
-              "ifEntry(*ifIndex=1 ifName=port\\x01 ifMtu=1500 ) ifEntry(*ifIndex=2 ifName=port\\x01 ifMtu=1500 ) ");
+    EXPECT_EQ(read("/if-mib/ifEntry"), "gw-oper:if-mib(ifEntry(*ifIndex=1 ifName=port\\x01 ifMtu=1500 ) "
+                                       "ifEntry(*ifIndex=2 ifName=port\\x01 ifMtu=1500 ) ) ");
     EXPECT_EQ(calls, (std::vector<DataCall>{DataCall::get_next_object, DataCall::find_next_object,
                                             DataCall::find_next_object}));
     const proto::Complete complete{proto::Source::operational, true, words("if-mib ifEntry"), ""};
@@ -116,8 +98,8 @@ TEST_F(OperationalTest, AnObjectListGoesOnWithFindNextWhereNextIsMinusOne)
         EXPECT_EQ(call.path.at(0).keys.at(0), proto::make_number(ValueType::int32, 2));
         return if_row(2, DataKind::object);
     });
-    EXPECT_EQ(read("/if-mib/ifEntry{2}"), "ifEntry(*ifIndex=2 ifName=port\\x01 ifMtu=1500 ) ");
-    EXPECT_EQ(read("/if-mib/ifEntry{2}/ifMtu"), "ifMtu=1500 ");
+    EXPECT_EQ(read("/if-mib/ifEntry{2}"), "gw-oper:if-mib(ifEntry(*ifIndex=2 ifName=port\\x01 ifMtu=1500 ) ) ");
+    EXPECT_EQ(read("/if-mib/ifEntry{2}/ifMtu"), "gw-oper:if-mib(ifEntry(*ifIndex=2 ifMtu=1500 ) ) ");
     EXPECT_EQ(calls, std::vector<DataCall>{DataCall::get_object});
     provide([](const proto::CallData &) { return DataReply{}; });
     EXPECT_EQ(read("/if-mib/ifEntry{3}"), "error") << "there is no such entry";
@@ -147,12 +129,12 @@ TEST_F(OperationalTest, ATableOfElementsIsReadLeafByLeaf)
         reply.text = "no description";
         return reply;
     });
-    const std::string row = "entry(*vpn-id=0 *if-name=Cellular 1/0 *af-type=ipv4 !if-desc !if-index if-mtu=1428 "
-                            "duplex=unknown ) ";
+    const std::string keys = "gw-oper:interface-table(entry(*vpn-id=0 *if-name=Cellular 1/0 *af-type=ipv4 ";
+    const std::string row = keys + "!if-desc !if-index if-mtu=1428 duplex=unknown ) ) ";
     EXPECT_EQ(read("/interface-table/entry"), row);
-    EXPECT_EQ(nodes.at(4).text, "no description");
+    EXPECT_EQ(nodes.at(5).text, "no description");
     EXPECT_EQ(read("/interface-table/entry{0 \"Cellular 1/0\" ipv4}"), row);
-    EXPECT_EQ(read("/interface-table/entry{0 \"Cellular 1/0\" ipv4}/if-mtu"), "if-mtu=1428 ");
+    EXPECT_EQ(read("/interface-table/entry{0 \"Cellular 1/0\" ipv4}/if-mtu"), keys + "if-mtu=1428 ) ) ");
     EXPECT_EQ(calls, std::vector<DataCall>{DataCall::get_elem});
 }
 
@@ -170,9 +152,9 @@ TEST_F(OperationalTest, ProvidersThatGoWrongLeaveMarks)
         reply.keys = {address};
         return reply;
     });
-    EXPECT_EQ(read("/dhcp-server/binding"), "binding(*client-address=10.0.23.7 mac-address=02:00 !binding ) !binding ");
-    EXPECT_EQ(read("/dhcp-server/binding{10.0.23.7}"),
-              "binding(*client-address=10.0.23.7 mac-address=02:00 !binding ) ");
+    const std::string entry = "gw-oper:dhcp-server(binding(*client-address=10.0.23.7 mac-address=02:00 !binding ) ";
+    EXPECT_EQ(read("/dhcp-server/binding"), entry + "!binding ) ");
+    EXPECT_EQ(read("/dhcp-server/binding{10.0.23.7}"), entry + ") ");
     EXPECT_EQ(calls.front(), DataCall::get_next) << "the provider serves entries of its last walk";
     provide([](const proto::CallData &) { return value({}); });
     EXPECT_EQ(read("/dhcp-server"), "gw-oper:dhcp-server(!binding pool-statistics(!pool-statistics ) ) ");
@@ -200,10 +182,10 @@ TEST_F(OperationalTest, AProviderThatLeavesFailsTheReadAtOnce)
     EXPECT_EQ(value_of(client, "snmp disable"), "true") << "reads of configuration do not wait";
     hang_up(app.peer); // which has not answered
     const Message answer = await(client, [id](const Message &m) { return m.id == id; });
-    nodes = below_ancestors("/if-mib/interfaces", decoded<proto::Tree>(answer).nodes);
-    ASSERT_EQ(nodes.size(), 3U);
-    EXPECT_EQ(nodes[1].kind, NodeKind::error_mark);
-    EXPECT_EQ(nodes[1].text, "the application has disconnected") << "and not for want of time";
+    nodes = decoded<proto::Tree>(answer).nodes;
+    ASSERT_EQ(nodes.size(), 5U);
+    EXPECT_EQ(nodes[2].kind, NodeKind::error_mark);
+    EXPECT_EQ(nodes[2].text, "the application has disconnected") << "and not for want of time";
 }
 
 TEST_F(OperationalTest, ActionsNotificationsAndTraps)
@@ -218,12 +200,15 @@ TEST_F(OperationalTest, ActionsNotificationsAndTraps)
     };
     ask(client, Op::watch, proto::Watch{proto::watch_notifications | proto::watch_traps});
     constexpr std::uint32_t changed = 2051227091;
-    const proto::Notify notify{
-        {{changed, 0x6b64eac0, proto::make_tag(ValueType::xmlbegin, changed, 0x6b64eac0)},
-         {418582328, 0, proto::make_number(ValueType::enum_value, 2)},
-         {changed, 0x6b64eac0, proto::make_tag(ValueType::xmlend, changed, 0x6b64eac0)}}
-    };
-    send(app.peer, Op::notify, notify);
+    constexpr std::uint32_t ns = 0x6b64eac0;
+    const proto::TagValue begin{changed, ns, proto::make_tag(ValueType::xmlbegin, changed, ns)};
+    const proto::TagValue severity{418582328, 0, proto::make_number(ValueType::enum_value, 2)};
+    const proto::TagValue end{changed, ns, proto::make_tag(ValueType::xmlend, changed, ns)};
+    send(app.peer, Op::notify, proto::Notify{{severity}}); // of no notification: dropped
+    send(app.peer, Op::notify,
+         proto::Notify{
+             {begin, severity, end}
+    });
     const proto::Event event = event_of(client);
     EXPECT_EQ(event.name, "dhcp-config-change");
     EXPECT_EQ(event.pairs, std::vector<proto::Pair>(1, {"severity", "info"}));
