@@ -10,3 +10,15 @@ int tarvo_validate_dhcp_subnet_prefix(confd_trans_ctx * /*tctx*/, confd_hkeypath
 {
     return CONFD_OK; // not ready: accepts until the rule is there
 }
+
+DhcpPoolConf dhcp_conf_g;
+char ipsec_tunnel_corp_dns[20];
+
+// Not ready.
+void set_dnsmasq_conf(const DhcpPoolConf & /*pool*/) {}
+void apply_dhcp_pool_dataplane(const DhcpPoolConf & /*pool*/) {}
+
+int get_dhcp_addr_range(AddrRange & /*range*/)
+{
+    return -1;
+}

@@ -9,3 +9,8 @@ int tarvo_show_pat_get_next(confd_trans_ctx *tctx, confd_hkeypath_t * /*kp*/, lo
 {
     return confd_data_reply_next_key(tctx, nullptr, 0, -1); // not ready: an empty list until the provider is there
 }
+
+int get_pat_info()
+{
+    return 0; // not ready
+}

@@ -72,22 +72,6 @@ int confd_register_data_cb(confd_daemon_ctx * /*dx*/, const confd_data_cbs *cbs)
     return outcomes.refused_callpoint == cbs->callpoint ? CONFD_ERR : CONFD_OK;
 }
 
-// The providers are linked but never called.
-int confd_data_reply_not_found(confd_trans_ctx *)
-{
-    return CONFD_OK;
-}
-
-int confd_data_reply_next_key(confd_trans_ctx *, const confd_value_t *, int, long)
-{
-    return CONFD_OK;
-}
-
-int confd_data_reply_next_object_tag_value_array(confd_trans_ctx *, const confd_tag_value_t *, int, long)
-{
-    return CONFD_OK;
-}
-
 int cdb_connect(int /*sock*/, cdb_sock_type type, const sockaddr *srv, int srv_sz)
 {
     const auto *to = reinterpret_cast<const sockaddr_in *>(srv);
@@ -154,6 +138,38 @@ void *timer_mgr_create(int kind, void *(*)(size_t), void (*)(void *), void * /*u
 {
     record("timer_mgr_create " + to_string(kind) + " " + to_string(level));
     return outcomes.timer_manager != 0 ? &outcomes : nullptr;
+}
+
+int zel_link_get(const char *device, LinkInfo *info)
+{
+    record(std::string("link: ") + device);
+    const auto found = outcomes.links.find(device);
+    if (found == outcomes.links.end()) return 1;
+    *info = found->second;
+    return 0;
+}
+
+int zel_execute_output(const char *command, char *output, size_t size)
+{
+    record(std::string("output: ") + command);
+    const auto found = outcomes.outputs.find(command);
+    if (found == outcomes.outputs.end()) return 1;
+    snprintf(output, size, "%s", found->second.c_str());
+    return 0;
+}
+
+int kvr_trap_send(tollan_ctx * /*ctx*/, const char *trap, int one, int bindings, ...)
+{
+    std::string text = "trap " + to_string(one) + " " + trap;
+    va_list arguments;
+    va_start(arguments, bindings);
+    for (int i = 0; i < bindings; i++) {
+        const char *name = va_arg(arguments, const char *);
+        text += std::string(" ") + name + "=" + va_arg(arguments, const char *);
+    }
+    va_end(arguments);
+    record(text);
+    return 0;
 }
 
 int zel_link_check(const char *device)

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "confd.h"
 #include "maker.h"
@@ -22,7 +23,14 @@ struct Outcomes {
     std::string refused_callpoint{};                           // whose registration fails
     bool run_commands = false;                                 // also runs what system() is given
     std::function<void(const TollanModuleParams &)> on_init{}; // runs inside tollan_module_init
-    std::map<std::string, confd_value_t> stored{};             // what tollan_read_val finds, by path
+    int reply = 0;                                             // of every data reply
+    std::map<std::string, confd_value_t> stored{};             // what tollan_read_val and cdb_get_* find, by path
+    std::map<std::string, int> instances{};                    // of cdb_num_instances and cdb_exists, by path
+    int cdb_set_elem = 0;
+    int cdb_cd = 0;
+    std::map<std::string, LinkInfo> links{};      // what zel_link_get finds, by device
+    std::map<std::string, std::string> outputs{}; // of zel_execute_output, by command; others fail
+    std::function<void(unsigned)> on_wait{};      // with fake_waits: runs in every wait, with its milliseconds
 };
 extern Outcomes outcomes;
 
@@ -30,6 +38,15 @@ void reset(); // the outcomes and the record
 
 confd_value_t text_value(const char *text);
 confd_value_t ipv4_value(const char *text);
+
+// A value as the record shows it: "text", 5, enum 1, 10.0.0.1, tag 0x0000000a, x'00ff' (binary); numbers by their type
+// as i32 5, u16 5, u32 5, u64 5.
+std::string shown(const confd_value_t &value);
+
+// A transaction of a module that is ready or not, and a keypath whose elements are given from the innermost.
+confd_trans_ctx *transaction(bool ready = true);
+confd_hkeypath_t keypath(const std::vector<std::vector<confd_value_t>> &elements);
+confd_value_t tag(std::uint32_t hash); // C_XMLTAG
 
 } // namespace fakes
 
