@@ -31,6 +31,7 @@ constexpr Command rows[] = {
     {{"show", "transceiver"},       oper, none, 0, 0, "", 0, "SFP module: diagnostics and identification", show_view, &view_transceiver},
     {{"clear", "counters"},         oper, none, 0, 0, "", 0, "Clear the interface counters", clear_counters, nullptr},
     {{"watch"},                     oper, Arguments::event_kinds, 0, 3, "[notifications|traps|commits]", opt_count, "Print events as they come, until Ctrl-C", watch, nullptr},
+    {{"watch", "interface"},        oper, none, 0, 0, "", opt_count, "Counters and one-minute rates of the interfaces, again and again until Ctrl-C", watch_view, &view_interface_rates},
     {{"configure"},                 oper, lines, 0, any, "[LINE...]", opt_accept, "Enter configuration mode, or execute lines of it", enter_configure, nullptr},
     {{"set"},                       conf, set_path, 1, any, "PATH... [VALUE]", 0, "Change a value or create a list entry", set_value, nullptr},
     {{"delete"},                    conf, config_path, 1, any, "PATH...", 0, "Delete a value, entry or container", delete_path, nullptr},

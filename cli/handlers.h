@@ -14,6 +14,7 @@ int show_status(Cli *cli, const Call &call);
 int list_rollbacks(Cli *cli, const Call &call);
 int clear_counters(Cli *cli, const Call &call);
 int watch(Cli *cli, const Call &call);
+int watch_view(Cli *cli, const Call &call);
 
 int set_value(Cli *cli, const Call &call);
 int delete_path(Cli *cli, const Call &call);
@@ -31,6 +32,9 @@ int enter_configure(Cli *cli, const Call &call);
 int leave_mode(Cli *cli, const Call &call);
 int leave_program(Cli *cli, const Call &call);
 int show_help(Cli *cli, const Call &call);
+
+// The text of the command's view as it is now.
+bool read_view(Cli *cli, const Call &call, std::string *text, Problem *why);
 
 // What a session leaves behind when it ends: uncommitted changes go, with a note unless a failure has said enough.
 void drop_candidate(Cli *cli, int status);

@@ -12,7 +12,7 @@ constexpr OptionRow rows[] = {
     {"--set",             nullptr, opt_set,      "print the configuration as set commands"                  },
     {"--replace",         nullptr, opt_replace,  "replace the configuration instead of merging"             },
     {"--accept-warnings", nullptr, opt_accept,   "commit although validation warns"                         },
-    {"--count",           "N",     opt_count,    "end after N events"                                       },
+    {"--count",           "N",     opt_count,    "end after N events or pictures"                           },
     {"--port",            "N",     opt_port,     "port of the agent on 127.0.0.1; command line only"        },
     {"--help",            nullptr, opt_help,     "print this, or the help of the command; command line only"},
     {"--version",         nullptr, opt_version,  "print the version; command line only"                     },

@@ -13,23 +13,48 @@ Problem nothing_read(const std::vector<Mark> &marks)
     return failed_problem("unreadable", first.text + more, first.path);
 }
 
+std::string rendered(const Cli &cli, const Call &call, const Node &root)
+{
+    const Printer &printer = printer_of(cli);
+    const View *view = call.command->view;
+    return view != nullptr ? printer.view(*view, root) : printer.tree(root, has(call.options, opt_set));
+}
+
 // A part that could not be read is shown in its place; only when there is nothing else did the request fail.
-int show_tree(Cli *cli, const Call &call, const proto::Get &get)
+bool read_tree(Cli *cli, const Call &call, const proto::Get &get, std::string *text, Problem *why)
 {
     proto::Tree tree;
     Node root;
-    Problem why;
-    if (!request(cli, proto::Op::get, proto::encode(get), name_of(*call.command), &tree, &why)) return fail(*cli, why);
-    if (!plant(tree, &root)) return fail(*cli, failed_problem("protocol", "the agent's answer does not nest"));
-    const Yield yield = harvest(root);
-    if (yield.values == 0 && !yield.marks.empty()) return fail(*cli, nothing_read(yield.marks));
-    const Printer &printer = printer_of(*cli);
-    if (call.command->view != nullptr) {
-        put(*cli, printer.view(*call.command->view, root));
-    } else {
-        put(*cli, printer.tree(root, has(call.options, opt_set)));
+    if (!request(cli, proto::Op::get, proto::encode(get), name_of(*call.command), &tree, why)) return false;
+    if (!plant(tree, &root)) {
+        *why = failed_problem("protocol", "the agent's answer does not nest");
+        return false;
     }
+    const Yield yield = harvest(root);
+    if (yield.values == 0 && !yield.marks.empty()) {
+        *why = nothing_read(yield.marks);
+        return false;
+    }
+    *text = rendered(*cli, call, root);
+    return true;
+}
+
+int show_tree(Cli *cli, const Call &call, const proto::Get &get)
+{
+    std::string text;
+    Problem why;
+    if (!read_tree(cli, call, get, &text, &why)) return fail(*cli, why);
+    put(*cli, text);
     return exit_ok;
+}
+
+proto::Get of_view(const Call &call)
+{
+    proto::Get get{proto::Source::operational, false, {}};
+    for (const char *word : call.command->view->path)
+        if (word != nullptr) get.path.emplace_back(word);
+    get.path.insert(get.path.end(), call.args.begin(), call.args.end());
+    return get;
 }
 
 } // namespace
@@ -51,11 +76,12 @@ int show_operational(Cli *cli, const Call &call)
 
 int show_view(Cli *cli, const Call &call)
 {
-    proto::Get get{proto::Source::operational, false, {}};
-    for (const char *word : call.command->view->path)
-        if (word != nullptr) get.path.emplace_back(word);
-    get.path.insert(get.path.end(), call.args.begin(), call.args.end());
-    return show_tree(cli, call, get);
+    return show_tree(cli, call, of_view(call));
+}
+
+bool read_view(Cli *cli, const Call &call, std::string *text, Problem *why)
+{
+    return read_tree(cli, call, of_view(call), text, why);
 }
 
 int show_status(Cli *cli, const Call &)

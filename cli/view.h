@@ -45,6 +45,7 @@ struct View {
 
 extern const View view_interface_brief;
 extern const View view_interface_detail;
+extern const View view_interface_rates;
 extern const View view_interface_table;
 extern const View view_dhcp_binding;
 extern const View view_dhcp_pool;

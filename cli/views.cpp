@@ -44,6 +44,21 @@ constexpr Column detail[] = {
     {"tx-errors",          "Send errors",        nullptr,  Cell::number},
 };
 
+constexpr Column rates[] = {
+    {"",           "Interface",  nullptr, Cell::entry },
+    {"oper-state", "Oper",       nullptr, Cell::text  },
+    {"rx-octets",  "In octets",  nullptr, Cell::number},
+    {"rx-pps",     "In",         "pkt/s", Cell::number},
+    {"rx-bps",     "In",         "bit/s", Cell::number},
+    {"rx-drops",   "Drops",      nullptr, Cell::number},
+    {"rx-errors",  "Errors",     nullptr, Cell::number},
+    {"tx-octets",  "Out octets", nullptr, Cell::number},
+    {"tx-pps",     "Out",        "pkt/s", Cell::number},
+    {"tx-bps",     "Out",        "bit/s", Cell::number},
+    {"tx-drops",   "Drops",      nullptr, Cell::number},
+    {"tx-errors",  "Errors",     nullptr, Cell::number},
+};
+
 constexpr Column table_state[] = {
     {"if-name",         "Interface",    nullptr,  Cell::text  },
     {"af-type",         "Family",       nullptr,  Cell::text  },
@@ -163,6 +178,9 @@ constexpr Section brief_sections[] = {
 constexpr Section detail_sections[] = {
     {"interface-view/detail", nullptr, Layout::blocks, detail},
 };
+constexpr Section rates_sections[] = {
+    {"interface-view/detail", nullptr, Layout::grid, rates},
+};
 constexpr Section table_sections[] = {
     {"interface-table", "State",   Layout::grid, table_state  },
     {"interface-table", "Traffic", Layout::grid, table_traffic},
@@ -195,6 +213,10 @@ constexpr View view_interface_brief = {
 constexpr View view_interface_detail = {
     {"interface-view", "detail"},
     detail_sections
+};
+constexpr View view_interface_rates = {
+    {"interface-view", "detail"},
+    rates_sections
 };
 constexpr View view_interface_table = {{"interface-table"}, table_sections};
 constexpr View view_dhcp_binding = {
