@@ -3,6 +3,7 @@
 Everything uses the appliance's absolute paths; the sandbox makes them the test's own.
 """
 import contextlib
+import json
 import os
 import pathlib
 import re
@@ -44,7 +45,59 @@ def devices():
         run('ip', 'link', 'set', name, 'up')
 
 
-class Gateway:
+class Console:
+    """What an operator can ask of a running gateway and tell it."""
+
+    def cli(self, *words, check=True, timeout=60):
+        done = subprocess.run([BIN / 'gwcli', *words], capture_output=True, text=True, timeout=timeout,
+                              stdin=subprocess.DEVNULL)
+        if check and done.returncode != 0:
+            raise AssertionError(f'gwcli {words}: status {done.returncode}: {done.stderr}{done.stdout}')
+        return done
+
+    def commit(self, *lines, check=True, timeout=150):
+        return self.cli('configure', *lines, 'commit', check=check, timeout=timeout)
+
+    def configuration(self):
+        return self.cli('show', 'configuration', '--set').stdout
+
+    def status(self):
+        return self.cli('show', 'status').stdout
+
+    def in_step(self):
+        """Waits until the daemon has acknowledged what is running."""
+        wait_for('the daemon to be in step', lambda: re.search(r'tarvod.*in step', self.status()))
+
+    def mark(self):
+        return SYSLOG.stat().st_size
+
+    def log(self, mark=0):
+        with SYSLOG.open() as f:
+            f.seek(mark)
+            return f.read()
+
+    def script_calls(self):
+        return SCRIPT_LOG.read_text().splitlines() if SCRIPT_LOG.exists() else []
+
+
+class Lab(Console):
+    """The whole lab, booted around this process: see gw_lab_test in CMakeLists.txt."""
+
+    @staticmethod
+    def labctl(*words):
+        return subprocess.run(['/lab/labctl', *words], capture_output=True, text=True, check=True).stdout
+
+    @staticmethod
+    def in_world(*command):
+        """Runs a command in the network behind the gateway's cables."""
+        return subprocess.run(['nsenter', '--net=/run/netns/world', *command], capture_output=True, text=True, check=True).stdout
+
+    def shown(self, *words):
+        """A view as the CLI gives it to programs."""
+        return json.loads(self.cli('show', *words, '--json').stdout)
+
+
+class Gateway(Console):
     def __init__(self):
         self.children = []
         self.agent = self.daemon = None
@@ -101,37 +154,6 @@ class Gateway:
     def agent_answers():
         with socket.socket() as probe:
             return probe.connect_ex(('127.0.0.1', PORT)) == 0
-
-    def cli(self, *words, check=True, timeout=60):
-        done = subprocess.run([BIN / 'gwcli', *words], capture_output=True, text=True, timeout=timeout,
-                              stdin=subprocess.DEVNULL)
-        if check and done.returncode != 0:
-            raise AssertionError(f'gwcli {words}: status {done.returncode}: {done.stderr}{done.stdout}')
-        return done
-
-    def commit(self, *lines, check=True, timeout=150):
-        return self.cli('configure', *lines, 'commit', check=check, timeout=timeout)
-
-    def configuration(self):
-        return self.cli('show', 'configuration', '--set').stdout
-
-    def status(self):
-        return self.cli('show', 'status').stdout
-
-    def in_step(self):
-        """Waits until the daemon has acknowledged what is running."""
-        wait_for('the daemon to be in step', lambda: re.search(r'tarvod.*in step', self.status()))
-
-    def mark(self):
-        return SYSLOG.stat().st_size
-
-    def log(self, mark=0):
-        with SYSLOG.open() as f:
-            f.seek(mark)
-            return f.read()
-
-    def script_calls(self):
-        return SCRIPT_LOG.read_text().splitlines() if SCRIPT_LOG.exists() else []
 
     def daemon_byte(self, symbol):
         """One byte of a global of the running daemon, read from its memory."""
