@@ -1,31 +1,18 @@
+// What the three lists share.
 #include "dhcp/dhcp_lists.h"
 
-int tarvo_config_dhcp_options(tollan_change_ctx * /*ctx*/, int /*op*/, int /*num_keys*/, confd_value_t * /*keys*/,
-                              std::uint16_t /*num_values*/, confd_tag_value_t * /*values*/)
+#include <arpa/inet.h>
+
+#include "core/base/log.h"
+
+int format_ipv4_value(const confd_value_t &value, char (&text)[INET_ADDRSTRLEN])
 {
-    return CONFD_OK; // not ready: changes have no effect until they are applied here
+    if (value.type != C_IPV4) return 0;
+    inet_ntop(AF_INET, &value.val.ip, text, sizeof text);
+    return AF_INET;
 }
 
-int tarvo_config_dhcp_mac_binding(tollan_change_ctx * /*ctx*/, int /*op*/, int /*num_keys*/, confd_value_t * /*keys*/,
-                                  std::uint16_t /*num_values*/, confd_tag_value_t * /*values*/)
+void log_pair(const char *function, const confd_tag_value_t &pair)
 {
-    return CONFD_OK; // not ready: changes have no effect until they are applied here
-}
-
-int tarvo_config_dhcp_excluded_addresses(tollan_change_ctx * /*ctx*/, int /*op*/, int /*num_keys*/,
-                                         confd_value_t * /*keys*/, std::uint16_t /*num_values*/,
-                                         confd_tag_value_t * /*values*/)
-{
-    return CONFD_OK; // not ready: changes have no effect until they are applied here
-}
-
-int tarvo_validate_dhcp_mac_binding(confd_trans_ctx * /*tctx*/, confd_hkeypath_t * /*kp*/, confd_value_t * /*newval*/)
-{
-    return CONFD_OK; // not ready: accepts until the rule is there
-}
-
-int tarvo_validate_dhcp_excluded_range(confd_trans_ctx * /*tctx*/, confd_hkeypath_t * /*kp*/,
-                                       confd_value_t * /*newval*/)
-{
-    return CONFD_OK; // not ready: accepts until the rule is there
+    log_trace(LOG_DEBUG, function, "tagstr:%s, type:%d", confd_hash2str(pair.tag.tag), static_cast<int>(pair.v.type));
 }
