@@ -42,6 +42,10 @@ AddrRange calc_dhcp_addr_range(const confd_ipv4_prefix *prefix); // null: 0, 0
 
 int addr_range_size(const AddrRange *range); // addresses; -1 for null, 0 when high is low - 1
 
+// Applies 10.0.23.0/24 with a lease of one day. Nothing calls it: a gateway starts with the agent's factory
+// configuration.
+void initialize_dft_dhcp_config();
+
 // The lease range of the committed pool. 0, or -1 when it cannot be read.
 int get_dhcp_addr_range(AddrRange &range);
 
