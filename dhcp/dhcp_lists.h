@@ -38,7 +38,7 @@ int get_excl_addr_ranges(std::unique_ptr<AddrRange[]> &ranges);
 // 2 after writing the dotted address; 0 and the text as it was for a value of another type.
 int format_ipv4_value(const confd_value_t &value, char (&text)[INET_ADDRSTRLEN]);
 
-// The change's pairs, one debug line each.
+// One debug line for one pair of a change.
 void log_pair(const char *function, const confd_tag_value_t &pair);
 
 #endif
