@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 namespace fakes {
@@ -13,6 +14,12 @@ inline void write_file(const std::string &path, const std::string &text)
 {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream(path, std::ios::trunc) << text;
+}
+
+inline std::string read_file(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 inline std::ptrdiff_t open_descriptors()

@@ -37,6 +37,14 @@ std::string address(int family, const void *where)
     return inet_ntop(family, where, text, sizeof text);
 }
 
+std::string duration(const confd_duration &d)
+{
+    std::string text = "duration";
+    for (const std::uint32_t part : {d.years, d.months, d.days, d.hours, d.mins, d.secs, d.micros})
+        text += " " + to_string(part);
+    return text;
+}
+
 std::string pairs(const confd_tag_value_t *tvs, int n)
 {
     std::string text;
@@ -90,6 +98,10 @@ std::string fakes::shown(const confd_value_t &value)
         return address(AF_INET, &value.val.ip);
     case C_IPV6:
         return address(AF_INET6, &value.val.ip6);
+    case C_IPV4PREFIX:
+        return address(AF_INET, &value.val.ipv4prefix.ip) + "/" + to_string(value.val.ipv4prefix.len);
+    case C_DURATION:
+        return duration(value.val.duration);
     case C_XMLTAG:
         return "tag " + hex(value.val.xmltag.tag);
     case C_XMLBEGIN:
