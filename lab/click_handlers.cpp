@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <charconv>
 
+#include "lab/port_mappings.h"
+
 namespace {
 
 // `path` is a writable node of `tree`. Same contract as click_write.
@@ -25,6 +27,22 @@ int store_number(ClickTree &tree, const std::string &path, const std::string &te
     return store(tree, path, std::to_string(number) + "\n");
 }
 
+// The text of the handler beside `path` that lists the forwarded ports.
+std::string &mapped_ports(ClickTree &tree, const std::string &path)
+{
+    return tree[path.substr(0, path.rfind('/')) + "/mapped_ports"].value;
+}
+
+int load_rules(ClickTree &tree, const std::string &path, const std::string &text)
+{
+    return list_mappings(text, mapped_ports(tree, path)) ? 0 : -EINVAL;
+}
+
+int count_hits(ClickTree &tree, const std::string &path, const std::string &text)
+{
+    return hit_mappings(text, mapped_ports(tree, path)) ? 0 : -EINVAL;
+}
+
 struct SpecialHandler {
     std::string_view name; // last component of the path
     WriteHandler write;
@@ -32,8 +50,10 @@ struct SpecialHandler {
 
 // Handlers that do more than keep their text.
 constexpr SpecialHandler special_handlers[] = {
-    {"capacity",       store_number},
-    {"probe_interval", store_number},
+    {"capacity",         store_number},
+    {"probe_interval",   store_number},
+    {"set_mapped_ports", load_rules  },
+    {"lab_hits",         count_hits  },
 };
 
 } // namespace
