@@ -1,0 +1,224 @@
+// The interface views, the operational table and the IF-MIB rows, over real devices and a real shell: what each request
+// does and answers is compared with the transcripts in tests/data/show.
+#include <iterator>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "core/base/globals.h"
+#include "fakes/files.h"
+#include "fakes/platform.h"
+#include "fakes/record.h"
+#include "monitor/if_stats.h"
+#include "show/if_map.h"
+#include "show/tarvo_show.h"
+#include "show/tarvo_snmp.h"
+
+namespace {
+
+using fakes::outcomes;
+using fakes::tag;
+using fakes::text_value;
+using std::string;
+using Path = std::vector<std::vector<confd_value_t>>; // innermost first
+
+enum : std::uint32_t { lan = gw_system_GigabitEthernet, wan = gw_system_Cellular, brief = 1, detail = 0x3aafcb2e };
+const string description = "/gw-system:interface/GigabitEthernet{\"0/0\"}/description";
+const string cat_wired0 = "/bin/cat /sys/class/net/wired0/";
+const string lan_addresses = " inet addr:10.1.1.1  Bcast:10.1.1.255  Mask:255.255.255.0\n";
+string transcript;
+bool ready;
+
+void shell(const char *command)
+{
+    ASSERT_EQ(system(command), 0) << command;
+}
+
+void set_link_address(const char *address)
+{
+    LinkInfo info{};
+    snprintf(info.addr, sizeof info.addr, "%s", address);
+    info.link_oper = 0xab;
+    outcomes.links["wired0"] = info;
+}
+
+// The LAN port is up, the modem is off.
+class Providers : public testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        shell("ip link add wired0 mtu 1400 address 02:11:22:33:44:55 type veth peer name port0 && "
+              "ip link set port0 up && ip link set wired0 up && mv /sbin/ifconfig /tmp && "
+              "ln -s /tmp/print /sbin/ifconfig && echo 'cat /tmp/srcr2' >/tmp/print && chmod +x /tmp/print");
+        fakes::write_file("/click/integrated_router/wan0_arpq/ipaddr", "100.64.1.2\n");
+        fakes::write_file("/click/integrated_router/wan0_arpq/mask", "255.255.255.252\n");
+        fakes::write_file("/click/integrated_router/snds_wan/ip6addr", "2001:db8::1\n");
+        fakes::write_file("/click/srcr2_ll_nadv_bypass/active", "true\n");
+        g_if_stats[0].current = {4294967297, 2, 3, 4, 5, 6999, 7, 8589934600, 9, 10, 11, 12999};
+        g_if_stats[1].current = {101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112};
+    }
+    void SetUp() override
+    {
+        fakes::reset();
+        transcript.clear();
+        g_logger_p = nullptr;
+        ready = true;
+        set_link_address("0.0.0.0");
+        fakes::write_file("/tmp/srcr2", lan_addresses);
+        outcomes.outputs[cat_wired0 + "speed"] = "1000";
+    }
+};
+
+// Appends the path, the result and the events of the request.
+template <typename... More>
+void ask(int (*provider)(confd_trans_ctx *, confd_hkeypath_t *, More...), const Path &path,
+         std::type_identity_t<More>... more)
+{
+    confd_hkeypath_t kp = fakes::keypath(path);
+    const int result = provider(fakes::transaction(ready), &kp, more...);
+    transcript += ">";
+    for (const auto &element : path)
+        transcript += " " + fakes::shown(element.back());
+    transcript += ": " + std::to_string(result);
+    const fakes::Events events = fakes::taken();
+    for (const string &event : events)
+        transcript += (events.size() > 1 ? "\n" : ", ") + event;
+    transcript += "\n";
+}
+
+void expect_transcript(const string &name)
+{
+    std::ifstream file(GW_TRANSCRIPTS "/" + name);
+    EXPECT_EQ(transcript, string(std::istreambuf_iterator<char>(file), {}));
+}
+
+void object(std::uint32_t list, const char *key, std::uint32_t view)
+{
+    ask(tarvo_show_interface_get_object, {{text_value(key)}, {tag(list)}, {tag(view)}});
+}
+
+void leaf(std::uint32_t leaf_tag, const char *name)
+{
+    ask(tarvo_show_rtm_if_get_elem, {
+                                        {tag(leaf_tag)    },
+                                        { {}, text_value(name)}
+    });
+}
+
+confd_value_t number(std::int32_t index)
+{
+    confd_value_t value{};
+    value.type = C_INT32;
+    value.val.i32 = index;
+    return value;
+}
+
+void row_after(std::int32_t index, int keys = 1)
+{
+    confd_value_t key = number(index);
+    ask(tarvo_if_mib_find_next, {{key}}, 5, &key, keys);
+}
+
+TEST_F(Providers, AnswerTheViews)
+{
+    object(lan, "0/0", brief);
+    g_gig_media_type = 0;
+    object(wan, "1/0", detail);
+    g_gig_media_type = 1;
+    shell("ip link add cell_1_0 type veth peer name wan0");
+    object(wan, "1/0", brief);
+    shell("ip link del cell_1_0");
+    fakes::write_file("/tmp/srcr2", "");
+    for (const char *address : {"", "192.168.1", "192.168.1.2", "192.168.1.3", "0.0.0.0", "192.168.1.2\n"}) {
+        transcript += string("address ") + address + " ";
+        set_link_address(address);
+        object(lan, "0/0", brief);
+    }
+    set_link_address("0.0.0.0");
+    fakes::write_file("/tmp/srcr2", lan_addresses);
+    object(lan, "0/1", detail);
+    object(lan, "1/0", brief);
+    for (const auto &[list, next] : {
+             std::pair{+lan, -1L},
+             {+wan, 0L },
+             {1U,   1L },
+             {1U,   -1L}
+    })
+        ask(tarvo_show_interface_get_next, {{tag(list)}}, next);
+    ready = false;
+    ask(tarvo_show_interface_get_next, {{tag(1)}}, 1);
+    object(lan, "0/0", detail);
+    ready = true;
+    g_logger_p = &g_logger;
+    outcomes.stored[description] = text_value("Uplink");
+    outcomes.outputs.clear();
+    object(lan, "0/0", detail);
+    outcomes.reply = -1;
+    ask(tarvo_show_interface_get_next, {{tag(wan)}}, -1);
+    object(wan, "1/0", brief);
+    expect_transcript("views.txt");
+}
+
+TEST_F(Providers, AnswerTheTable)
+{
+    outcomes.outputs[cat_wired0 + "ifindex"] = "17";
+    outcomes.outputs[cat_wired0 + "address"] = "02:11:22:33:44:55";
+    outcomes.outputs["/bin/cat /sys/bus/usb/devices/usb2/speed"] = "480";
+    outcomes.outputs["/usr/bin/uptime -s"] = "2026-01-02 03:04:05";
+    for (const std::uint32_t tag :
+         {0x18177d15, 0x5b8941a1, 0x5f04ce4d, 0x4b174187, 0x4e669051, 0x022e61d1, 0x2b9fd442, 0x74688fc4, 0x2f7712c5,
+          0x68651712, 0x673241f6, 0x3ebf7e06, 0x4b9a2e7f, 0x3e34c8d0, 0x1e87d7fa, 0x233d0e85, 0x05ad6108, 0x19e2c737,
+          0x72ab2467, 0x4e3a879f, 0x61fe769b, 0x69d98b2a, 0x385916eb, 0x03524415, 0x416f5de9, 0x1591be0d}) {
+        leaf(tag, "GigabitEthernet 0/0");
+        leaf(tag, "Cellular 1/0");
+    }
+    for (const std::uint32_t tag : {0x5b8941a1, 0x5f04ce4d, 0x2b9fd442, 0x673241f6, 0x3ebf7e06, 0x69d98b2a})
+        leaf(tag, "other 0/1");
+    for (const char *duplex : {"full", "half", "half "}) {
+        outcomes.outputs[cat_wired0 + "duplex"] = duplex;
+        leaf(0x3ebf7e06, "GigabitEthernet 0/0");
+    }
+    shell("ip link add cell_1_0 type veth peer name wan0");
+    leaf(0x2b9fd442, "Cellular 1/0");
+    shell("ip link del cell_1_0");
+    for (const char *name : {"Cellular 1/1", "x 2147483647/2147483647", "x 0/1"})
+        leaf(1, name);
+    g_logger_p = &g_logger;
+    leaf(0x4e669051, "Cellular 1/0");
+    ready = false;
+    leaf(0x18177d15, "GigabitEthernet 0/0");
+    outcomes.reply = -1;
+    for (const long next : {-1L, 0L, 1L, 2L, -2L})
+        ask(tarvo_show_rtm_if_get_next, {}, next);
+    expect_transcript("table.txt");
+}
+
+TEST_F(Providers, AnswerTheMib)
+{
+    ready = false;
+    ask(tarvo_if_mib_get_object, {{number(1)}});
+    row_after(0);
+    row_after(1);
+    row_after(2);
+    row_after(INT32_MAX);
+    ask(tarvo_if_mib_get_next, {}, 1);
+    ask(tarvo_if_mib_get_elem, {{tag(0x77b93217)}});
+    ask(tarvo_if_mib_get_elem, {{tag(1)}});
+    g_logger_p = &g_logger;
+    outcomes.reply = -1;
+    for (const std::int32_t index : {2, 3, 0, INT32_MIN})
+        ask(tarvo_if_mib_get_object, {{number(index)}});
+    row_after(-1);
+    row_after(7, 0);
+    ask(tarvo_if_mib_get_next, {}, -1);
+    expect_transcript("if_mib.txt");
+}
+
+TEST_F(Providers, EndTheProcessOnADescriptionOfAnotherType)
+{
+    outcomes.stored[description] = number(1);
+    EXPECT_DEATH((dup2(2, 1), object(lan, "0/0", brief)), "^tarvo_show:.* `\\(&description\\)->type == C_BUF'\n$");
+    EXPECT_DEATH((dup2(2, 1), row_after(0)), "^tarvo_snmp:");
+}
+
+} // namespace
