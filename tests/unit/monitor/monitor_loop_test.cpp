@@ -1,0 +1,300 @@
+// The monitor thread and the PHY below it, from start to end, under faked time and hardware.
+#include <algorithm>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/mii.h>
+#include <linux/sockios.h>
+#include <malloc.h>
+#include <net/if.h>
+#include <set>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "core/base/globals.h"
+#include "fakes/files.h"
+#include "fakes/platform.h"
+#include "fakes/record.h"
+#include "monitor/devmem.h"
+#include "monitor/if_stats.h"
+#include "monitor/monitor_loop.h"
+#include "monitor/phy.h"
+
+using fakes::outcomes;
+using fakes::write_file;
+
+static std::set<std::string> running;               // devices
+static std::map<unsigned, std::uint16_t> registers; // of the PHY, by MMD << 16 | register
+static bool every_second_request_fails;
+static std::string uptime;   // "none": unreadable
+static std::size_t unmapped; // bytes, of the last call
+
+template <class... Arguments> static void record(const char *format, Arguments... arguments)
+{
+    char text[128];
+    snprintf(text, sizeof text, format, arguments...);
+    fakes::record(text);
+}
+
+// What happened, repeated events once with their count, but for the wait and the statistics of a cycle.
+static std::string taken()
+{
+    std::string text;
+    const fakes::Events events = fakes::taken();
+    for (auto next = events.begin(), other = next; next != events.end(); next = other) {
+        other = std::find_if(next, events.end(), [&](const std::string &e) { return e != *next; });
+        if (*next == "wait 3000 ms" || next->starts_with("statistics")) continue;
+        text += *next + (other - next > 1 ? " x" + std::to_string(other - next) : "") + "; ";
+    }
+    return text;
+}
+
+extern "C" {
+int __real__Z14devmem_write32jj(std::uint32_t address, std::uint32_t value);
+int __real_munmap(void *start, std::size_t size);
+FILE *__real_fopen(const char *path, const char *mode);
+
+void __wrap__Z19run_statistics_stepv()
+{
+    record("statistics %d", g_psv_collect_counter.load());
+}
+
+int __wrap__Z14devmem_write32jj(std::uint32_t address, std::uint32_t value)
+{
+    record("soc %08x = %08x", address, value);
+    return __real__Z14devmem_write32jj(address, value);
+}
+
+int __wrap_munmap(void *start, std::size_t size)
+{
+    return __real_munmap(start, unmapped = size);
+}
+
+FILE *__wrap_fopen(const char *path, const char *mode)
+{
+    if (strcmp(path, "/proc/uptime") != 0) return __real_fopen(path, mode);
+    return uptime == "none" ? nullptr : fmemopen(uptime.data(), uptime.size(), "r");
+}
+
+int __wrap_ioctl(int /*fd*/, unsigned long code, ifreq *request)
+{
+    static unsigned requests = 0;
+    auto *data = reinterpret_cast<mii_ioctl_data *>(&request->ifr_ifru);
+    if (code == SIOCGIFFLAGS) return request->ifr_flags = running.count(request->ifr_name) != 0 ? IFF_RUNNING : 0, 0;
+    if (every_second_request_fails && requests++ % 2 == 0) return errno = EIO, -1;
+    std::uint16_t &content = registers[(data->phy_id & 31U) << 16 | data->reg_num];
+    if (code == SIOCGMIIREG) return data->val_out = content, 0;
+    record("mii %s %04x %04x = %04x", request->ifr_name, data->phy_id, data->reg_num, content = data->val_in);
+    return 0;
+}
+}
+
+namespace {
+
+void set_soc(std::uint32_t address, std::uint32_t value)
+{
+    const int fd = open("/dev/mem", O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (ftruncate(fd, off_t{1} << 32) != 0 || pwrite(fd, &value, sizeof value, address) < 0) abort();
+    close(fd);
+}
+
+class Monitor : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        fakes::reset();
+        g_logger_p = &g_logger;
+        g_tarvod_p = &daemon;
+        daemon.tollan_ctx = &module;
+        snmp_enable = snmp_trap_enable = reboot_reason_sent = 0;
+        g_gig_media_type = 1;
+        g_psv_collect_counter = 0;
+        uptime = "100000.42 5\n";
+        every_second_request_fails = false;
+        running = {};
+    }
+    std::string cycle()
+    {
+        EXPECT_TRUE(run_monitor_cycle(state));
+        return taken();
+    }
+    TarvoDaemon daemon{};
+    tollan_ctx module{};
+    MonitorState state;
+};
+
+TEST_F(Monitor, StartsByBoardAndEndsAtAFailure)
+{
+    const auto before = fakes::open_descriptors();
+    const auto thread = [] { return tarvo_monitor_interface(nullptr), taken(); };
+    const std::string connected = "cdb_connect 2 2130706433:4565 16; ";
+    running = {"wired0"};
+    outcomes.start_session = -1;
+    for (const int board : {0, 1, 4}) {
+        const std::string lldp = "wait 2000 ms; run: echo 1 > /click/lldp_nbx_enable/run; wait 2000 ms; ";
+        const std::string pass = "run: echo 1 > /click/wired0_lan_mode/run; " +
+                                 (board == 1 ? lldp : "wait 2000 ms x2; ") +
+                                 "run: echo 16000 > /click/routing/wan0_nat_rw_to_inet/capacity; wait 2000 ms; ";
+        write_file("/etc/board_id", std::to_string(board));
+        const std::string start = std::string(connected).append(pass).append(pass).append(pass);
+        EXPECT_EQ(thread(),
+                  start +
+                      "cdb_start_session2 3 5; error: Failed to start cdb session strerror (1) : lasterr; cdb_close; ");
+    }
+    outcomes.cdb_connect = -1;
+    EXPECT_EQ(thread(), connected + "info: Cannot connect to CDB (-1)strerror (1) : lasterr; ");
+    EXPECT_EQ(fakes::open_descriptors(), before);
+}
+
+TEST_F(Monitor, CountsThreeSecondsACycleAndGrowsByNothing)
+{
+    constexpr int month = 862800; // cycles
+    std::string steps;
+    std::ptrdiff_t descriptors = 0;
+    std::size_t memory = 0;
+    state.probe_counter = 3 * (month - 20000);
+    for (int number = 1; number <= 20000; number++) {
+        ASSERT_TRUE(run_monitor_cycle(state));
+        const fakes::Events events = fakes::taken();
+        ASSERT_EQ(events.size(), (number % 2 == 1 ? 2U : 1U) + (number == 20000 ? 2U : 0U)) << number;
+        if (number == 199 || number == 201 || number == 20000) steps += events.front() + " " + events.back() + "; ";
+        if (number == 1000) descriptors = fakes::open_descriptors();
+        if (number == 1000) memory = mallinfo2().uordblks;
+    }
+    EXPECT_EQ(steps, "wait 3000 ms statistics 597; wait 3000 ms statistics 603; "
+                     "run: echo 2592000 > /click/routing/wan0_gw_arp_prober/probe_interval wait 3000 ms; ");
+    EXPECT_EQ(fakes::open_descriptors(), descriptors);
+    EXPECT_LT(mallinfo2().uordblks, memory + 10000);
+}
+
+TEST_F(Monitor, TellsEachChangeOnce)
+{
+    const std::string asked = "cdb_start_session2 3 5; cdb_exists /led/status; ";
+    const std::string written = "error: LAN state is 1\n; cdb_cd /led/status; cdb_set_elem /led/status/lan i32 1; ";
+    const std::string failed =
+        "error: LAN state is 0\n; cdb_cd /led/status; error: Failed to cd to /led/status strerror "
+        "(1) : lasterr; cdb_set_elem /led/status/lan i32 0; error: Failed to update "
+        "/led/status/lan strerror (1) : lasterr; ";
+    const std::string wan = "trap 1 kvrInterfaceIpAddrChange kvrIfName=Cellular 1/";
+    const std::string boot = "trap 1 kvrRebootReason kvrRebootReasonType=";
+    // clang-format off
+    struct {
+        std::set<std::string> devices{}; // running
+        int led = 1;                     // there (1), not there (0), failing (-1)
+        std::string seconds = "1000.1 5\n", line = "12345678a reason\nmore", ip = "9", mask = "m";
+        int snmp = 0, targets = 1;
+        std::string events{};
+    } const cycles[] = {
+        {.devices = {"other"}},
+        {.devices = {"wired0"}, .events = asked + written + "cdb_end_session; "},
+        {.led = -1, .events = asked + failed + "cdb_end_session; "},
+        {.devices = {"wired0"}, .led = 0, .events = asked + "cdb_end_session; "},
+        {.devices = {"wired0"}},
+        {.led = 0, .events = asked + "cdb_end_session; "},
+        {.devices = {"cell_1_0"}, .seconds = "999.99 1\n", .events = boot + "a reason\n; "},
+        {.devices = {"cell_1_1"}, .seconds = "none", .line = std::string(70, 'x'), .events = boot + std::string(55, 'x') + "; "},
+        {.devices = {"cell_1_0"}, .seconds = "0.5 1\n", .line = "1234567", .events = boot + "; "},
+        {.seconds = "0.5 1\n"},
+        {.devices = {"cell_1_0"}, .seconds = "0.5 1\n", .line = "none"},
+        {.devices = {"cell_1_0"}, .targets = 2},
+        {.devices = {"cell_1_0"}, .snmp = 1, .targets = 0},
+        {.devices = {"cell_1_0"}, .ip = "1", .snmp = 1, .targets = 2}, // the first that is read
+        {.ip = "2", .snmp = 1},
+        {.devices = {"cell_1_1"}, .ip = "2"},
+        {.devices = {"cell_1_1"}, .ip = "2", .snmp = 1,
+         .events = wan + "1 kvrOldIpAddr=1 kvrNewIpAddr=2 kvrOldSubMask=m kvrNewSubMask=m; "},
+        {.devices = {"cell_1_0", "cell_1_1"}, .ip = "2", .mask = "n", .snmp = 1,
+         .events = wan + "0 kvrOldIpAddr=2 kvrNewIpAddr=2 kvrOldSubMask=m kvrNewSubMask=n; "},
+        {.devices = {"cell_1_0"}, .ip = "", .snmp = 1}, // unreadable: still what was read last
+    };
+    // clang-format on
+    for (const auto &c : cycles) {
+        running = c.devices;
+        uptime = c.seconds;
+        reboot_reason_sent = 0;
+        snmp_enable = static_cast<std::uint8_t>(c.snmp);
+        snmp_trap_enable = static_cast<std::uint8_t>(c.targets);
+        outcomes.instances["/led/status"] = c.led;
+        outcomes.cdb_cd = outcomes.cdb_set_elem = c.led < 0 ? -1 : 0;
+        write_file("/var/log/watchdog_last.status", c.line);
+        if (c.line == "none") std::filesystem::remove("/var/log/watchdog_last.status");
+        write_file("/click/routing/wan0_arpq/ipaddr", c.ip);
+        write_file("/click/routing/wan0_arpq/mask", c.mask);
+        EXPECT_EQ(cycle(), c.events) << &c - cycles;
+        EXPECT_EQ(cycle(), "") << &c - cycles;
+    }
+}
+
+TEST_F(Monitor, LetsThePhyFollowTheMedia)
+{
+    const std::string down_up = "run: ifconfig wired0 down; run: ifconfig wired0 up; ";
+    const std::string to_10g = "soc f2130f84 = ffffefff; soc f2130f1c = 00002001; " + down_up;
+    const std::string to_1g = "soc f2130f84 = fffff000; soc f2130f1c = ffffdfff; " + down_up;
+    const std::string no_mac = "wait 1000 ms x120; error: MAC link failed after polling 10s, ";
+    const std::string no_pcs = "wait 1000 ms x120; error: X-unit link error for 10G after polling 10s; ";
+    const std::string report_10g = "info: Configured reg 30.8301 with value abcd; ";
+    const std::string report_1g = "info: Configured reg 30.8304 with value 1234; ";
+    const std::string connected = "mii wired0 839f f012 = 0a11; mii wired0 839f f013 = 0f04; ";
+    const std::string unconnected = "mii wired0 839f f012 = 0a15; mii wired0 839f f013 = 0f00; ";
+    // The links come up after `mac` and `pcs` seconds.
+    // clang-format off
+    struct { int media; const char *status; int mac, pcs; std::string events; } const cycles[] = {
+        {1, "400\n", 0,   0,   ""},
+        {0, "400\n", 119, 238, to_10g + "wait 1000 ms x119; mii wired0 839f f000 = fff9; mii wired0 839f f001 = 0018; "
+                               "mii wired0 839f f001 = 8018; wait 1000 ms x119; " + report_10g + connected},
+        {0, "3ff\n", 0,   0,   unconnected},
+        {0, "0xc00", 999, 999, connected},
+        {2, "400\n", 0,   999, to_1g + "mii wired0 839f f000 = fff8; mii wired0 839f f001 = 801c x2; " + report_1g},
+        {1, "400\n", 0,   0,   ""},
+        {0, "\n400", 120, 240, to_10g + no_mac + "[0xf2130f0c]:0x5678\n; " + no_pcs + report_10g + unconnected},
+        {1, "400\n", 120, 999, to_1g + no_mac + "[0xf2130e10]:0x5678\n; " + report_1g},
+    };
+    // clang-format on
+    write_file("/etc/board_id", "1");
+    ASSERT_TRUE(start_monitor(state));
+    fakes::taken();
+    registers = {
+        {30 << 16 | 0x8301, 0xabcd},
+        {30 << 16 | 0x8304, 0x1234},
+        {31 << 16 | 0xf000, 0xffff}
+    };
+    for (const auto &c : cycles) {
+        int seconds = 0;
+        const auto let_links_come = [&] {
+            set_soc(c.media == 0 ? 0xf2130f0c : 0xf2130e10, seconds >= c.mac ? 0x15679 : 0x15678);
+            registers[3 << 16 | 32] = seconds >= c.pcs ? 0x1000 : 0xefff;
+        };
+        outcomes.on_wait = [&](unsigned) { seconds++, let_links_come(); };
+        let_links_come();
+        set_soc(0xf2130f84, c.media == 0 ? 0xffffffff : 0xffffe000);
+        set_soc(0xf2130f1c, c.media == 0 ? 1 : 0xffffffff);
+        g_gig_media_type = c.media;
+        write_file("/sys/bus/i2c/devices/i2c-0/0-0022/reg_phy_status", c.status);
+        EXPECT_EQ(cycle(), c.events) << c.media << " " << c.mac;
+    }
+    outcomes.on_wait = {};
+    every_second_request_fails = true;
+    phy_configure(state.mtd_dev, true); // ends all the same
+    EXPECT_EQ(std::ranges::count(fakes::taken(), "error: ioctl xsmi Read failed Input/output error"), 121);
+    stop_monitor(state);
+}
+
+TEST_F(Monitor, MapsTheNextPageAsWellNearTheEndOfOne)
+{
+    for (const auto &[address, mapped] : {
+             std::pair{0xf2130fe0, 4096U},
+             std::pair{0xf2130fe4, 8192U}
+    }) {
+        std::uint32_t value = 0;
+        set_soc(address, address + 1);
+        EXPECT_TRUE(devmem_read32(address, &value) == 1 && value == address + 1);
+        EXPECT_EQ(unmapped, mapped);
+    }
+    std::filesystem::remove("/dev/mem");
+    set_mac_mode(false);
+    const std::string failed = "error: Failed to open MEM device";
+    EXPECT_EQ(taken(),
+              failed + " x2; soc f2130f84 = 00001000; " + failed + "; soc f2130f1c = 00000000; " + failed + "; ");
+}
+
+} // namespace
