@@ -29,11 +29,6 @@ const string lan_addresses = " inet addr:10.1.1.1  Bcast:10.1.1.255  Mask:255.25
 string transcript;
 bool ready;
 
-void shell(const char *command)
-{
-    ASSERT_EQ(system(command), 0) << command;
-}
-
 void set_link_address(const char *address)
 {
     LinkInfo info{};
@@ -47,9 +42,10 @@ class Providers : public testing::Test {
 protected:
     static void SetUpTestSuite()
     {
-        shell("ip link add wired0 mtu 1400 address 02:11:22:33:44:55 type veth peer name port0 && "
-              "ip link set port0 up && ip link set wired0 up && mv /sbin/ifconfig /tmp && "
-              "ln -s /tmp/print /sbin/ifconfig && echo 'cat /tmp/srcr2' >/tmp/print && chmod +x /tmp/print");
+        ASSERT_EQ(system("ip link add wired0 mtu 1400 address 02:11:22:33:44:55 type veth peer name port0 && "
+                         "ip link set port0 up && ip link set wired0 up && mv /sbin/ifconfig /tmp && "
+                         "ln -s /tmp/print /sbin/ifconfig && echo 'cat /tmp/srcr2' >/tmp/print && chmod +x /tmp/print"),
+                  0);
         fakes::write_file("/click/integrated_router/wan0_arpq/ipaddr", "100.64.1.2\n");
         fakes::write_file("/click/integrated_router/wan0_arpq/mask", "255.255.255.252\n");
         fakes::write_file("/click/integrated_router/snds_wan/ip6addr", "2001:db8::1\n");
@@ -99,18 +95,13 @@ void object(std::uint32_t list, const char *key, std::uint32_t view)
 
 void leaf(std::uint32_t leaf_tag, const char *name)
 {
-    ask(tarvo_show_rtm_if_get_elem, {
-                                        {tag(leaf_tag)    },
-                                        { {}, text_value(name)}
-    });
+    const std::vector<confd_value_t> keys = {{}, text_value(name)};
+    ask(tarvo_show_rtm_if_get_elem, {{tag(leaf_tag)}, keys});
 }
 
 confd_value_t number(std::int32_t index)
 {
-    confd_value_t value{};
-    value.type = C_INT32;
-    value.val.i32 = index;
-    return value;
+    return {.type = C_INT32, .val = {.i32 = index}};
 }
 
 void row_after(std::int32_t index, int keys = 1)
@@ -125,9 +116,9 @@ TEST_F(Providers, AnswerTheViews)
     g_gig_media_type = 0;
     object(wan, "1/0", detail);
     g_gig_media_type = 1;
-    shell("ip link add cell_1_0 type veth peer name wan0");
+    ASSERT_EQ(system("ip link add cell_1_0 type veth peer name wan0"), 0);
     object(wan, "1/0", brief);
-    shell("ip link del cell_1_0");
+    ASSERT_EQ(system("ip link del cell_1_0"), 0);
     fakes::write_file("/tmp/srcr2", "");
     for (const char *address : {"", "192.168.1", "192.168.1.2", "192.168.1.3", "0.0.0.0", "192.168.1.2\n"}) {
         transcript += string("address ") + address + " ";
@@ -178,9 +169,9 @@ TEST_F(Providers, AnswerTheTable)
         outcomes.outputs[cat_wired0 + "duplex"] = duplex;
         leaf(0x3ebf7e06, "GigabitEthernet 0/0");
     }
-    shell("ip link add cell_1_0 type veth peer name wan0");
+    ASSERT_EQ(system("ip link add cell_1_0 type veth peer name wan0"), 0);
     leaf(0x2b9fd442, "Cellular 1/0");
-    shell("ip link del cell_1_0");
+    ASSERT_EQ(system("ip link del cell_1_0"), 0);
     for (const char *name : {"Cellular 1/1", "x 2147483647/2147483647", "x 0/1"})
         leaf(1, name);
     g_logger_p = &g_logger;
