@@ -10,11 +10,6 @@ namespace {
 
 constexpr std::size_t gap = 2;
 
-void trim_right(std::string *text)
-{
-    text->erase(text->find_last_not_of(" \t\r\n") + 1);
-}
-
 std::string cell(const std::string &text)
 {
     std::string trimmed = text;
@@ -40,6 +35,11 @@ std::string line_of(const Row &row, const std::vector<Heading> &headings, const 
 }
 
 } // namespace
+
+void trim_right(std::string *text)
+{
+    text->erase(text->find_last_not_of(" \t\r\n") + 1);
+}
 
 std::size_t display_width(std::string_view text)
 {

@@ -13,6 +13,8 @@ namespace cli {
 // In terminal columns, counting one for every UTF-8 sequence.
 std::size_t display_width(std::string_view text);
 
+void trim_right(std::string *text); // white space
+
 struct Heading {
     std::string text;
     bool right = false; // numbers

@@ -69,6 +69,7 @@ std::string record_text(const Section &section, const Node &node, std::size_t in
     for (const Column &column : section.columns) {
         std::string text = column.cell == Cell::entry ? "" : cell_text(column, node);
         if (text.empty()) continue;
+        trim_right(&text); // a reading may come with a blank of its own
         if (column.unit != nullptr && text != "!") text += std::string(" ") + column.unit;
         list.push_back({column.heading, std::move(text)});
     }
