@@ -1,0 +1,237 @@
+// The transceiver's leaves over a module that is played behind ioctl().
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include <gtest/gtest.h>
+#include <linux/i2c-dev.h>
+#include <linux/i2c.h>
+
+#include "core/base/globals.h"
+#include "fakes/files.h"
+#include "fakes/platform.h"
+#include "fakes/record.h"
+#include "show/sfp_bus.h"
+#include "show/transceiver.h"
+
+namespace {
+
+constexpr int every_second = -2, none = -1;
+std::array<std::uint8_t, 256> a0, a2;
+std::uint8_t pointer;
+int failing = none;      // transfer
+fakes::Events transfers; // "51@96 r8": at an offset; " r4": where the module stands
+
+std::string play(const i2c_msg &message)
+{
+    if ((message.flags & I2C_M_RD) == 0) {
+        pointer = message.buf[0];
+        return message.len == 1 ? (message.addr == 0x50 ? "50@" : "51@") + std::to_string(pointer) : "a write of data";
+    }
+    for (unsigned i = 0; i < message.len; ++i)
+        message.buf[i] = (message.addr == 0x50 ? a0 : a2)[pointer++];
+    return " r" + std::to_string(message.len);
+}
+
+class Transceiver : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        a0.fill(0);
+        a2.fill(0);
+        g_logger_p = &g_logger;
+        fakes::write_file("/dev/i2c-2", "");
+        fakes::reset();
+    }
+};
+
+using Provider = int (*)(confd_trans_ctx *, confd_hkeypath_t *);
+constexpr Provider diagnostics = tarvo_show_transceiver_oper_status_get_elem;
+constexpr Provider idprom = tarvo_show_transceiver_idprom_info_get_elem;
+
+fakes::Events ask(Provider provider, std::uint32_t tag, int fail = none)
+{
+    failing = fail;
+    transfers.clear();
+    confd_hkeypath_t path = fakes::keypath({{fakes::tag(tag)}});
+    EXPECT_EQ(provider(fakes::transaction(), &path), CONFD_OK);
+    return fakes::taken();
+}
+
+// The replies of a row of leaves; logs are left out.
+std::string replies(Provider provider, const std::vector<std::uint32_t> &tags, int fail = none)
+{
+    std::string text;
+    for (const std::uint32_t tag : tags)
+        text += ask(provider, tag, fail).back().substr(strlen("reply ")) + "|";
+    return text;
+}
+
+void put16(std::size_t at, int value) // into A2h
+{
+    a2[at] = static_cast<std::uint8_t>(value >> 8);
+    a2[at + 1] = static_cast<std::uint8_t>(value);
+}
+
+// clang-format off
+const std::vector<std::uint32_t> readings = {1369685861, 450631388, 1123601225, 2000828587, 72726312, 7};
+const std::vector<std::uint32_t> facts = {
+    202559156, 1679844964, 820311737,  180862443, 335199302, 465193425,  728439639,  447779376,  294542203,
+    850404072, 2023329977, 300239297,  397036642, 188569195, 1702651198, 1853903884, 1863619942, 7};
+// clang-format on
+const std::string no_readings = R"("+0.0"|"0"|"0"|"-40"|"-40"|not found|)";
+const std::string no_facts = R"("Unknown"|"Unknown"|"Unknown"|"not specified"|"0 Mbits/s"|"Unknown"|"0.0.0"|"Unknown"|)"
+                             R"("Unknown"|"Unknown"|"Unknown"|"Unknown"|"Unknown"|"not specified"|"not specified"|)"
+                             R"("Not Connected"|"Disabled"|not found|)";
+
+TEST_F(Transceiver, IsReadInTheDocumentedTransfers)
+{
+    for (unsigned i = 0; i < 256; ++i) {
+        a0[i] = static_cast<std::uint8_t>(i);
+        a2[i] = static_cast<std::uint8_t>(255 - i);
+    }
+    ask(diagnostics, readings[0]);
+    EXPECT_EQ(transfers, (fakes::Events{"51@96 r8", " r4", "51@56 r8", " r8", " r8", " r8", " r4", "50@92 r1"}));
+    ask(idprom, facts[0]);
+    ASSERT_EQ(transfers.size(), 64U);
+    for (unsigned i = 0; i < 64; ++i)
+        EXPECT_EQ(transfers[i], (i < 32 ? "50@" : "51@") + std::to_string(i % 32 * 8) + " r8");
+    for (unsigned i = 0; i < sfp_info_size; ++i)
+        EXPECT_EQ(g_sfp_info_data[i], i < 224 ? a0[i] : i < 480 ? a2[i - 224] : 0) << i;
+}
+
+TEST_F(Transceiver, IsAnsweredFromZerosWhenItCannotBeRead)
+{
+    const std::string absent = "error: Unable to read or detect transceiver.";
+    const std::string silent = "error: SFP XCVR i2c read: failed Target not responding";
+    const std::string first = "error: SFP XCVR i2c read: ioctl failed: errno: 6\n";
+    const std::string later = "error: XCVR i2c read: i2c read failed\n";
+    const std::string flag = "error: SFP XCVR FPGA i2c read: failed Target not responding";
+    a0.fill(0x10);
+    a2.fill(1);
+    EXPECT_EQ(ask(diagnostics, readings[1], 0), (fakes::Events{first, silent, absent, "reply \"0\""}));
+    EXPECT_EQ(ask(diagnostics, readings[1], 1), (fakes::Events{later, silent, absent, "reply \"0\""}));
+    EXPECT_EQ(ask(diagnostics, readings[1], 5), (fakes::Events{later, silent, absent, "reply \"0\""})) << "constants";
+    EXPECT_EQ(ask(diagnostics, readings[1], 7), (fakes::Events{first, flag, "reply \"25\""})) << "not calibrated";
+    for (const int page : {0, 63})
+        EXPECT_EQ(ask(idprom, facts[0], page), (fakes::Events{first, silent, absent, "reply \"Unknown\""}));
+    EXPECT_EQ(std::count(std::begin(g_sfp_info_data), std::end(g_sfp_info_data), 0), 482);
+    EXPECT_EQ(replies(diagnostics, readings, every_second), no_readings);
+    EXPECT_EQ(replies(idprom, facts, every_second), no_facts);
+    std::filesystem::remove("/dev/i2c-2");
+    EXPECT_EQ(replies(diagnostics, readings), no_readings);
+    EXPECT_EQ(ask(idprom, facts[4])[0], "error: SFP XCVR i2c read: i2c open failed\n");
+    fakes::outcomes.reply = CONFD_ERR;
+    EXPECT_EQ(ask(idprom, 7).back(), "debug: Failed to send oper data reply - strerror (1) : lasterr");
+}
+
+TEST_F(Transceiver, SaysWhatTheIdPromHolds)
+{
+    const std::string phy_status = "/sys/bus/i2c/devices/i2c-0/0-0022/reg_phy_status";
+    fakes::write_file(phy_status, "3ff\n");
+    EXPECT_EQ(replies(idprom, facts), no_facts);
+    fakes::write_file(phy_status, "400\n");
+    g_gig_media_type = 0;
+    memcpy(&a0[20], "ACME OPTICS     \0\0\x1b\x0a", 20);
+    memcpy(&a0[56], "A1  ", 4);
+    memcpy(&a0[68], "S/N 0123456789AB261122", 22);
+    memcpy(&a2[128], "FIRST TEXTSECOND   XTHIRD", 25);
+    memcpy(&a2[192], "TWENTY CHARACTERS...X", 21);
+    a0[0] = 3, a0[2] = 7, a0[3] = 0x10, a0[11] = 6, a0[12] = 103;
+    EXPECT_EQ(
+        replies(idprom, facts),
+        R"("SFP/SFP+ transceiver"|"LC"|"10G BASE-SR"|"64B66B"|"10300 Mbits/s"|"ACME OPTICS     "|"0.1b.a"|"A1  "|)"
+        R"("S/N 0123456789AB"|"26/11/22"|"FIRST TEXT"|"SECOND   X"|"TWENTY CHARACTERS..."|"not specified"|)"
+        R"("not specified"|"Connected"|"Enabled"|not found|)");
+    a0.fill(0xff);
+    EXPECT_EQ(replies(idprom, {facts.begin(), facts.begin() + 5}),
+              R"("None"|"Uknown"|"Unknown"|"reserved"|"25500 Mbits/s"|)");
+    EXPECT_EQ(replies(idprom, {facts[6], facts[7]}), "\"ff.ff.ff\"|\"\xff\xff\xff\xff\"|");
+}
+
+TEST_F(Transceiver, NamesCodeValues)
+{
+    const auto names = [](std::size_t at, std::uint32_t tag, const std::vector<int> &values) {
+        std::string text;
+        for (const int value : values) {
+            a0[at] = static_cast<std::uint8_t>(value);
+            text += replies(idprom, {tag});
+        }
+        return text;
+    };
+    EXPECT_EQ(names(0, facts[0], {1, 4, 127, 128}), R"("GBIC"|"reserved"|"reserved"|"None"|)");
+    EXPECT_EQ(names(2, facts[1], {1, 11, 12, 31, 32, 33, 34}),
+              R"("SC"|"Optical pigtail"|"reserved"|"reserved"|"HSSDC II"|"Copper Pigtail"|"Uknown"|)");
+    EXPECT_EQ(names(3, facts[2], {1, 8, 0x30, 128}),
+              R"x("40G Active Cable (XLPPI)"|"40G Base-CR4"|"Unknown"|"10G BASE-ER"|)x");
+    EXPECT_EQ(names(11, facts[3], {1, 2, 3, 5, 7}), R"("8B10B"|""|""|""|"reserved"|)");
+}
+
+// The formula of SFF-8472: reading x slope + offset, slopes in 1/256. The truncation costs less than one unit.
+TEST_F(Transceiver, IsCalibratedByItsOwnConstants)
+{
+    // clang-format off
+    const int cases[][3] = {{6528, 256, 0}, {-384, 256, 0}, {-385, 0x17f, -300}, {12000, 0x180, -77}, {30000, 0xff, 100},
+                            {-32768, 256, 100}, {1, 0xffff, -1}};
+    // clang-format on
+    for (const auto &[reading, slope, offset] : cases) {
+        for (std::size_t at = 56; at < 106; at += 2)
+            put16(at, at >= 96 ? reading : at % 4 == 0 ? slope : offset);
+        const auto expected = [slope = slope, offset = offset](int value) { return value * (slope / 256.0) + offset; };
+        SfpDiag raw{};
+        SfpDiag diag{};
+        a0[92] = 0x6f;
+        ASSERT_EQ(sfp_read_diag(raw), 1);
+        EXPECT_EQ(raw.temperature, static_cast<std::int16_t>(reading));
+        a0[92] = 0x10;
+        ASSERT_EQ(sfp_read_diag(diag), 1);
+        EXPECT_LT(std::abs(std::remainder(diag.temperature - expected(raw.temperature), 65536)), 1) << reading;
+        for (const std::uint16_t value : {diag.vcc, diag.tx_bias, diag.tx_power})
+            EXPECT_LT(std::abs(std::remainder(value - expected(raw.vcc), 65536)), 1) << reading;
+        EXPECT_EQ(diag.rx_power, raw.rx_power);
+    }
+}
+
+TEST_F(Transceiver, TellsItsReadings)
+{
+    std::string temperatures;
+    for (const int raw : {0x1980, -1, -384, -32768}) {
+        put16(96, raw);
+        temperatures += replies(diagnostics, {readings[0]});
+    }
+    EXPECT_EQ(temperatures, R"("+25.5"|"-0.0"|"-1.5"|"-128.0"|)");
+    put16(98, 33019), put16(100, 3333), put16(102, 5000), put16(104, 10000);
+    EXPECT_EQ(replies(diagnostics, {readings.begin() + 1, readings.end()}),
+              R"("3301"|"1666"|"-3.0"|"+0.0 "|not found|)");
+    SfpDiag diag{};
+    for (diag.tx_power = 1; diag.tx_power != 0; ++diag.tx_power) {
+        char text[sfp_text_size];
+        ASSERT_TRUE(sfp_diag_text(diag, readings[3], text));
+        const double dbm = 10 * std::log10(diag.tx_power * 1e-4);
+        const double cut = std::copysign(1, dbm) * (dbm - strtod(text, nullptr)); // towards 0
+        ASSERT_TRUE(cut > -1e-6 && cut < 0.1 + 1e-6) << diag.tx_power << " " << text;
+    }
+}
+
+} // namespace
+
+extern "C" int __wrap_ioctl(int /*fd*/, unsigned long request, ...)
+{
+    va_list arguments;
+    va_start(arguments, request);
+    const auto *data = va_arg(arguments, i2c_rdwr_ioctl_data *);
+    va_end(arguments);
+    const int number = static_cast<int>(transfers.size());
+    transfers.emplace_back();
+    if (request != I2C_RDWR || number == failing || (failing == every_second && number % 2 == 1)) {
+        errno = ENXIO;
+        return -1;
+    }
+    for (unsigned i = 0; i < data->nmsgs; ++i)
+        transfers.back() += play(data->msgs[i]);
+    return static_cast<int>(data->nmsgs);
+}
