@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <span>
 
 #include <gtest/gtest.h>
 #include <linux/i2c-dev.h>
@@ -25,17 +26,6 @@ std::array<std::uint8_t, 256> a0, a2;
 std::uint8_t pointer;
 int failing = none;      // transfer
 fakes::Events transfers; // "51@96 r8": at an offset; " r4": where the module stands
-
-std::string play(const i2c_msg &message)
-{
-    if ((message.flags & I2C_M_RD) == 0) {
-        pointer = message.buf[0];
-        return message.len == 1 ? (message.addr == 0x50 ? "50@" : "51@") + std::to_string(pointer) : "a write of data";
-    }
-    for (unsigned i = 0; i < message.len; ++i)
-        message.buf[i] = (message.addr == 0x50 ? a0 : a2)[pointer++];
-    return " r" + std::to_string(message.len);
-}
 
 class Transceiver : public testing::Test {
 protected:
@@ -71,10 +61,11 @@ std::string replies(Provider provider, const std::vector<std::uint32_t> &tags, i
     return text;
 }
 
-void put16(std::size_t at, int value) // into A2h
+void put16(int at, int value) // into A2h
 {
-    a2[at] = static_cast<std::uint8_t>(value >> 8);
-    a2[at + 1] = static_cast<std::uint8_t>(value);
+    const auto byte = static_cast<std::size_t>(at);
+    a2[byte] = static_cast<std::uint8_t>(value >> 8);
+    a2[byte + 1] = static_cast<std::uint8_t>(value);
 }
 
 // clang-format off
@@ -114,8 +105,8 @@ TEST_F(Transceiver, IsAnsweredFromZerosWhenItCannotBeRead)
     a0.fill(0x10);
     a2.fill(1);
     EXPECT_EQ(ask(diagnostics, readings[1], 0), (fakes::Events{first, silent, absent, "reply \"0\""}));
-    EXPECT_EQ(ask(diagnostics, readings[1], 1), (fakes::Events{later, silent, absent, "reply \"0\""}));
-    EXPECT_EQ(ask(diagnostics, readings[1], 5), (fakes::Events{later, silent, absent, "reply \"0\""})) << "constants";
+    for (const int constants : {1, 5})
+        EXPECT_EQ(ask(diagnostics, readings[1], constants), (fakes::Events{later, silent, absent, "reply \"0\""}));
     EXPECT_EQ(ask(diagnostics, readings[1], 7), (fakes::Events{first, flag, "reply \"25\""})) << "not calibrated";
     for (const int page : {0, 63})
         EXPECT_EQ(ask(idprom, facts[0], page), (fakes::Events{first, silent, absent, "reply \"Unknown\""}));
@@ -155,44 +146,45 @@ TEST_F(Transceiver, SaysWhatTheIdPromHolds)
 
 TEST_F(Transceiver, NamesCodeValues)
 {
-    const auto names = [](std::size_t at, std::uint32_t tag, const std::vector<int> &values) {
-        std::string text;
-        for (const int value : values) {
-            a0[at] = static_cast<std::uint8_t>(value);
-            text += replies(idprom, {tag});
-        }
-        return text;
+    const auto name = [](std::size_t leaf, std::size_t at, int value) {
+        a0[at] = static_cast<std::uint8_t>(value);
+        return replies(idprom, {facts[leaf]});
     };
-    EXPECT_EQ(names(0, facts[0], {1, 4, 127, 128}), R"("GBIC"|"reserved"|"reserved"|"None"|)");
-    EXPECT_EQ(names(2, facts[1], {1, 11, 12, 31, 32, 33, 34}),
-              R"("SC"|"Optical pigtail"|"reserved"|"reserved"|"HSSDC II"|"Copper Pigtail"|"Uknown"|)");
-    EXPECT_EQ(names(3, facts[2], {1, 8, 0x30, 128}),
-              R"x("40G Active Cable (XLPPI)"|"40G Base-CR4"|"Unknown"|"10G BASE-ER"|)x");
-    EXPECT_EQ(names(11, facts[3], {1, 2, 3, 5, 7}), R"("8B10B"|""|""|""|"reserved"|)");
+    EXPECT_EQ(name(0, 0, 4) + name(0, 0, 127) + name(0, 0, 128), R"("reserved"|"reserved"|"None"|)");
+    EXPECT_EQ(name(1, 2, 11) + name(1, 2, 12) + name(1, 2, 31), R"("Optical pigtail"|"reserved"|"reserved"|)");
+    EXPECT_EQ(name(1, 2, 32) + name(1, 2, 33) + name(1, 2, 34), R"("HSSDC II"|"Copper Pigtail"|"Uknown"|)");
+    EXPECT_EQ(name(2, 3, 8) + name(2, 3, 0x30) + name(2, 3, 128), R"("40G Base-CR4"|"Unknown"|"10G BASE-ER"|)");
+    EXPECT_EQ(name(3, 11, 1) + name(3, 11, 2) + name(3, 11, 5) + name(3, 11, 7), R"("8B10B"|""|""|"reserved"|)");
 }
 
-// The formula of SFF-8472: reading x slope + offset, slopes in 1/256. The truncation costs less than one unit.
+// The formula of SFF-8472: reading x slope + offset, slopes in 1/256; cut towards 0 by less than a unit.
 TEST_F(Transceiver, IsCalibratedByItsOwnConstants)
 {
     // clang-format off
     const int cases[][3] = {{6528, 256, 0}, {-384, 256, 0}, {-385, 0x17f, -300}, {12000, 0x180, -77}, {30000, 0xff, 100},
-                            {-32768, 256, 100}, {1, 0xffff, -1}};
+                            {-32768, 256, 100}, {1, 0xfffc, -1}};
     // clang-format on
     for (const auto &[reading, slope, offset] : cases) {
-        for (std::size_t at = 56; at < 106; at += 2)
-            put16(at, at >= 96 ? reading : at % 4 == 0 ? slope : offset);
-        const auto expected = [slope = slope, offset = offset](int value) { return value * (slope / 256.0) + offset; };
+        for (int i = 0; i < 4; ++i)
+            put16(76 + 4 * i, slope + i), put16(78 + 4 * i, offset - i); // each pair another
+        for (int at = 96; at < 106; at += 2)
+            put16(at, reading);
+        const auto is_cut = [slope = slope, offset = offset](int pair, int raw, int value) {
+            const double exact = raw * (slope + pair) / 256.0 + offset - pair;
+            const double error = std::copysign(1, raw) * std::remainder(value - exact, 65536);
+            return error > -1 && error <= 0;
+        };
         SfpDiag raw{};
         SfpDiag diag{};
         a0[92] = 0x6f;
         ASSERT_EQ(sfp_read_diag(raw), 1);
-        EXPECT_EQ(raw.temperature, static_cast<std::int16_t>(reading));
         a0[92] = 0x10;
         ASSERT_EQ(sfp_read_diag(diag), 1);
-        EXPECT_LT(std::abs(std::remainder(diag.temperature - expected(raw.temperature), 65536)), 1) << reading;
-        for (const std::uint16_t value : {diag.vcc, diag.tx_bias, diag.tx_power})
-            EXPECT_LT(std::abs(std::remainder(value - expected(raw.vcc), 65536)), 1) << reading;
-        EXPECT_EQ(diag.rx_power, raw.rx_power);
+        EXPECT_TRUE(is_cut(0, raw.tx_bias, diag.tx_bias)) << reading;
+        EXPECT_TRUE(is_cut(1, raw.tx_power, diag.tx_power)) << reading;
+        EXPECT_TRUE(is_cut(2, raw.temperature, diag.temperature)) << reading;
+        EXPECT_TRUE(is_cut(3, raw.vcc, diag.vcc)) << reading;
+        EXPECT_TRUE(raw.temperature == static_cast<std::int16_t>(reading) && diag.rx_power == raw.rx_power);
     }
 }
 
@@ -226,12 +218,16 @@ extern "C" int __wrap_ioctl(int /*fd*/, unsigned long request, ...)
     const auto *data = va_arg(arguments, i2c_rdwr_ioctl_data *);
     va_end(arguments);
     const int number = static_cast<int>(transfers.size());
-    transfers.emplace_back();
-    if (request != I2C_RDWR || number == failing || (failing == every_second && number % 2 == 1)) {
-        errno = ENXIO;
-        return -1;
+    std::string &text = transfers.emplace_back();
+    errno = ENXIO;
+    if (request != I2C_RDWR || number == failing || (failing == every_second && number % 2 == 1)) return -1;
+    for (const i2c_msg &message : std::span(data->msgs, data->nmsgs)) {
+        const bool read = (message.flags & I2C_M_RD) != 0;
+        if (!read) pointer = message.buf[0];
+        text += read ? " r" : message.addr == 0x50 ? "50@" : "51@";
+        text += std::to_string(read || message.len != 1 ? message.len : pointer);
+        for (unsigned i = 0; read && i < message.len; ++i)
+            message.buf[i] = (message.addr == 0x50 ? a0 : a2)[pointer++];
     }
-    for (unsigned i = 0; i < data->nmsgs; ++i)
-        transfers.back() += play(data->msgs[i]);
     return static_cast<int>(data->nmsgs);
 }
