@@ -78,10 +78,7 @@ std::int64_t number_of(const confd_value_t &v)
 void set_text(const proto::Value &value, Arena *arena, confd_value_t *out)
 {
     std::string &text = arena->texts.emplace_back(value.bytes);
-    if (out->type == C_STR) {
-        out->val.s = text.c_str();
-        return;
-    }
+    if (out->type == C_STR) out->type = C_BUF; // a provider's own C_STR, come back as a key
     out->val.buf.ptr = reinterpret_cast<unsigned char *>(text.data());
     out->val.buf.size = static_cast<std::uint32_t>(text.size());
 }

