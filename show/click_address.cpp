@@ -34,7 +34,7 @@ File open_element(const char *element)
 ClickFiles open_wan_files()
 {
     return {open_element("wan0_arpq/ipaddr"), open_element("wan0_arpq/mask"),
-            File(fopen("/click/srcr2_ll_nadv_bypass/active", "re")), open_element("snds_wan/ip6addr")};
+            File(fopen("/click/srcr2_ll_nadv_bypass/active", "re")), open_element("nds_wan/ip6addr")};
 }
 
 bool read_line(const File &file, char (&line)[line_size])

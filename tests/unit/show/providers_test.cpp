@@ -48,7 +48,7 @@ protected:
                   0);
         fakes::write_file("/click/integrated_router/wan0_arpq/ipaddr", "100.64.1.2\n");
         fakes::write_file("/click/integrated_router/wan0_arpq/mask", "255.255.255.252\n");
-        fakes::write_file("/click/integrated_router/snds_wan/ip6addr", "2001:db8::1\n");
+        fakes::write_file("/click/integrated_router/nds_wan/ip6addr", "2001:db8::1\n");
         fakes::write_file("/click/srcr2_ll_nadv_bypass/active", "true\n");
         g_if_stats[0].current = {4294967297, 2, 3, 4, 5, 6999, 7, 8589934600, 9, 10, 11, 12999};
         g_if_stats[1].current = {101, 102, 103, 104, 105, 106, 107, 108, 109, 110, 111, 112};

@@ -152,7 +152,7 @@ TEST(Readers, TakeTheWanAddressFromTheDataPlane)
     };
     // clang-format on
     const char *const elements[] = {"integrated_router/wan0_arpq/ipaddr", "integrated_router/wan0_arpq/mask",
-                                    "srcr2_ll_nadv_bypass/active", "integrated_router/snds_wan/ip6addr"};
+                                    "srcr2_ll_nadv_bypass/active", "integrated_router/nds_wan/ip6addr"};
     const auto before = open_descriptors();
     for (const auto &c : cases) {
         std::filesystem::remove_all("/click");
@@ -183,7 +183,7 @@ TEST(Readers, SayWhatTheyReadFromTheDataPlane)
     strcpy(click_routing_prefix, "/click/routing/");
     write_file("/click/routing/wan0_arpq/ipaddr", "100.64.1.2\n");
     write_file("/click/routing/wan0_arpq/mask", "255.0.0.0\n");
-    write_file("/click/routing/snds_wan/ip6addr", "fe80::1\n");
+    write_file("/click/routing/nds_wan/ip6addr", "fe80::1\n");
     write_file("/click/srcr2_ll_nadv_bypass/active", "true\n");
     fakes::reset();
     EXPECT_EQ(tarvo_read_ip_from_click("cell_1_0", ip, mask, nullptr, nullptr), 0);
