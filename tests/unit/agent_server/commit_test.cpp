@@ -149,6 +149,6 @@ TEST_F(CommitTest, WithNoWholeFileTheFactorysIsUsed)
     for (const auto &entry : std::filesystem::directory_iterator(state_dir))
         std::ofstream(entry.path()).close(); // empties it
     restart();
-    EXPECT_EQ(value_of(client, "interface GigabitEthernet 0/0 ip address v4 ip"), "10.0.23.1");
+    EXPECT_EQ(value_of(client, "interface GigabitEthernet 0/0 ip address v4 ip"), "10.0.23.2");
     set_description("two");
 }

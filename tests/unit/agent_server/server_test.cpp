@@ -14,7 +14,7 @@ struct ServerTest : AgentTest {
     // The others are served as before.
     void TearDown() override
     {
-        EXPECT_EQ(value_of(client, "interface GigabitEthernet 0/0 ip address v4 ip"), "10.0.23.1");
+        EXPECT_EQ(value_of(client, "interface GigabitEthernet 0/0 ip address v4 ip"), "10.0.23.2");
         AgentTest::TearDown();
     }
 };
