@@ -28,6 +28,16 @@ std::string octets_text(const std::string &base64)
     return proto::from_text(proto::ValueType::binary, base64, &value) ? value.bytes : base64;
 }
 
+// Line breaks and NULs that providers leave behind a text are stored as escapes: in a table they say nothing.
+std::string without_end_marks(std::string text)
+{
+    constexpr std::string_view marks[] = {"\\x0a", "\\x0d", "\\x00"};
+    for (const std::string_view mark : marks) {
+        if (text.ends_with(mark)) return without_end_marks(text.substr(0, text.size() - mark.size()));
+    }
+    return text;
+}
+
 std::string cell_text(const Column &column, const Node &parent)
 {
     if (column.cell == Cell::entry) return entry_name(parent);
@@ -35,7 +45,8 @@ std::string cell_text(const Column &column, const Node &parent)
     if (leaf == nullptr) return {};
     if (is(*leaf, NodeKind::error_mark)) return "!";
     if (column.cell == Cell::duration) return duration_text(leaf->data->text);
-    return column.cell == Cell::octets ? octets_text(leaf->data->text) : leaf->data->text;
+    const bool octets = column.cell == Cell::octets;
+    return without_end_marks(octets ? proto::printable(octets_text(leaf->data->text)) : leaf->data->text);
 }
 
 std::vector<const Node *> entries_of(const Node &parent)
