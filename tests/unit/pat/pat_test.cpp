@@ -21,6 +21,8 @@ const std::string copied = "run: cat " + listing + " > /pat.txt";
 const std::string abandoned = "error: read_tcp_udp_nat_list[#]: port forwarding rules do not fit into one command, the "
                               "old ones stay in use\n";
 
+const std::string failed = "error: tarvo_show_pat_get_next[#]: Failed to send confd_data_reply_next_key";
+
 // What happened but for debug traces and reads.
 Events done()
 {
@@ -139,8 +141,7 @@ TEST(PatTable, ServesTheDataPlanesListing)
     fakes::outcomes.reply = CONFD_ERR;
     walk({4});
     EXPECT_EQ(done(), (Events{copied, "reply key end next -1", "reply not found", "reply key u32 4 next 5",
-                              "error: tarvo_show_pat_get_next[#]: Failed to send confd_data_reply_next_key - strerror "
-                              "(1) : lasterr"}));
+                              failed + " - strerror (1) : lasterr"}));
 }
 
 } // namespace
