@@ -1,0 +1,78 @@
+"""What the monitor keeps in order, seen by an operator: data-plane settings, LED, traps. Its cycle takes 0.3 s here."""
+import json
+import pathlib
+import subprocess
+import time
+import unittest
+
+from gateway import BIN, Lab, wait_for
+
+CYCLES = 1.0  # seconds for three of them
+SETTINGS = ['/click/wired0_lan_mode/run <- 1', '/click/lldp_nbx_enable/run <- 1',
+            '/click/routing/wan0_nat_rw_to_inet/capacity <- 16000']
+
+
+class MonitorTest(unittest.TestCase):
+    lab = Lab()
+
+    def led(self):
+        return self.lab.shown('operational', 'led').get('gw-led:led', {}).get('status', {}).get('lan')
+
+    def traps(self):
+        """Every trap from now on, as the CLI prints them."""
+        out = pathlib.Path('/tmp/watched')
+        with out.open('w') as file:
+            watcher = subprocess.Popen([BIN / 'gwcli', 'watch', 'traps', '--json'], stdout=file)
+        self.addCleanup(watcher.wait)
+        self.addCleanup(watcher.kill)
+        time.sleep(0.3)
+        return lambda: [(trap['name'], [value['value'] for value in trap['values']])
+                        for trap in map(json.loads, out.read_text().splitlines())]
+
+    def test_a_settings_and_led(self):
+        def settings():
+            return [line for line in self.lab.labctl('clicklog').splitlines() if line in SETTINGS]
+        wait_for('the settings', lambda: len(settings()) >= 9)
+        self.assertEqual(settings(), SETTINGS * 3)
+        wait_for('the LED', lambda: self.led() == 1)
+        for _ in range(2):
+            self.lab.labctl('cable', 'out')
+            wait_for('the LED to go out', lambda: self.led() == 0, 5)
+            self.lab.labctl('kill', 'agent', 'KILL')
+            wait_for('another agent', lambda: self.lab.cli('show', 'status', check=False).returncode == 0)
+            self.lab.labctl('cable', 'in')  # sooner, and the monitor would have ended: see docs/operations.md
+            wait_for('the LED to come back', lambda: self.led() == 1, 10)
+
+    def test_b_traps(self):
+        traps = self.traps()
+        self.lab.labctl('wan', '198.51.100.9', '255.255.255.0')
+        time.sleep(CYCLES)
+        self.lab.commit('set snmp disable false', 'set snmp trap target 192.0.2.1 162')
+        time.sleep(CYCLES)
+        self.assertEqual(traps(), [], 'nothing had changed since traps are on')
+        self.lab.labctl('modem', 'down')
+        self.lab.labctl('wan', '198.51.100.10', '255.255.255.252')
+        time.sleep(CYCLES)
+        self.assertEqual(traps(), [], 'no modem to name')
+        self.lab.labctl('modem', 'up')
+        change = ('kvrInterfaceIpAddrChange', ['Cellular 1/0', '198.51.100.9', '198.51.100.10', '255.255.255.0', '255.255.255.252'])
+        wait_for('the change', lambda: traps() == [change], 5)
+        self.lab.commit('delete snmp trap target 192.0.2.1 162')
+        self.lab.labctl('wan', '198.51.100.2', '255.255.255.252')
+        time.sleep(CYCLES)
+        self.assertEqual(traps(), [change])
+
+    def test_c_reboot_reason(self):
+        traps = self.traps()
+        self.lab.labctl('reboot-reason', 'power loss')
+        reason = ('kvrRebootReason', ['power loss\\x0a'])
+        wait_for('the reason', lambda: traps() == [reason], 5)
+        self.lab.labctl('uptime', '1000')
+        self.lab.labctl('kill', 'daemon', 'KILL')
+        wait_for('another daemon', lambda: 'tarvod' in self.lab.status() and 'in step' in self.lab.status())
+        time.sleep(18 / 10 + 2 * CYCLES)
+        self.assertEqual(traps(), [reason], 'too long after the boot')
+
+
+if __name__ == '__main__':
+    unittest.main()
