@@ -16,7 +16,7 @@ enum : std::uint32_t {
 
 // Where the pairs of slope and offset begin, from the first constant at A2h 56. What stands before is for the receive
 // power.
-enum : std::size_t { TX_I = 20, TX_PWR = 24, T = 28, V = 32 };
+enum : std::size_t { Tx_I = 20, Tx_PWR = 24, T = 28, V = 32 };
 
 std::uint16_t big_endian16(const std::uint8_t *bytes)
 {
@@ -71,8 +71,8 @@ void calibrate_sfp_diag(SfpDiag &diag, const std::uint8_t (&constants)[sfp_const
 {
     diag.temperature = static_cast<std::int16_t>(calibrated(diag.temperature, constants + T));
     diag.vcc = static_cast<std::uint16_t>(calibrated(diag.vcc, constants + V));
-    diag.tx_bias = static_cast<std::uint16_t>(calibrated(diag.tx_bias, constants + TX_I));
-    diag.tx_power = static_cast<std::uint16_t>(calibrated(diag.tx_power, constants + TX_PWR));
+    diag.tx_bias = static_cast<std::uint16_t>(calibrated(diag.tx_bias, constants + Tx_I));
+    diag.tx_power = static_cast<std::uint16_t>(calibrated(diag.tx_power, constants + Tx_PWR));
 }
 
 bool sfp_diag_text(const SfpDiag &diag, std::uint32_t tag, char (&text)[sfp_text_size])
