@@ -2,7 +2,7 @@
 
 #include <arpa/inet.h>
 #include <cstdio>
-#include <cstring>
+#include <safe_str_lib.h>
 
 namespace {
 
@@ -11,11 +11,7 @@ constexpr std::size_t part_size = 128; // holds every rule and every target: a p
 
 bool append(NatCommand &command, const char *part)
 {
-    const std::size_t used = strlen(command.text);
-    const std::size_t length = strlen(part);
-    if (used + length >= sizeof command.text) return false;
-    memcpy(command.text + used, part, length + 1);
-    return true;
+    return strcat_s(command.text, sizeof command.text, part) == EOK;
 }
 
 } // namespace

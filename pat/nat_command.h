@@ -22,7 +22,7 @@ struct NatCommand {
 
 const char *nat_proto_name(std::int32_t protocol);
 
-// To be called in this order. False, and the command as it was, when the part does not fit as a whole.
+// To be called in this order. False, and the command empty, when the part does not fit as a whole.
 bool append_opening(NatCommand &command);
 bool append_rule(NatCommand &command, const NatRule &rule, bool is_last); // the last one has no line break
 bool append_target(NatCommand &command, const char *routing_prefix);      // the prefix with its slash at the end
