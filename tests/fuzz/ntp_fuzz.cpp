@@ -11,8 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::string text(reinterpret_cast<const char *>(data), size);
     NtpServer server{};
     const bool taken = take_server(text.c_str(), server);
-    if (strnlen(server.text, sizeof server.text) == sizeof server.text || strchr(server.text, ' ') != nullptr) abort();
-    if (taken != (server.text[0] != '\0') || (!taken && is_ipv4(server))) abort();
-    if (ntpq_answer(text.c_str()) != -1 && strlen(text.c_str()) <= 34) abort();
+    if (server.text[sizeof server.text - 1] != '\0' || strchr(server.text, ' ') != nullptr) abort();
+    if (taken != (server.text[0] != '\0') || ntpq_answer(text.c_str()) > 1) abort();
     return 0;
 }
