@@ -33,36 +33,26 @@ struct FreeMemory {
     void operator()(void *memory) const { free(memory); }
 };
 
-// Lines of any length: a part of one is never taken for a line of its own.
-struct LineReader {
-    File file;
-    std::unique_ptr<char, FreeMemory> line;
-    std::size_t capacity = 0;
-};
-
-const char *next_line(LineReader &reader)
+File open_leases(TracePoint point)
 {
-    char *line = reader.line.release();
-    const ssize_t length = getline(&line, &reader.capacity, reader.file.get());
-    reader.line.reset(line);
-    return length < 0 ? nullptr : line;
+    File file(fopen(leases_path, "re"));
+    if (!file) log_trace(LOG_ERR, point, "unable to open dhcp lease file");
+    return file;
 }
 
-LineReader open_leases(TracePoint point)
+// Lines of any length: a part of one is never taken for a line of its own.
+bool read_line(const File &file, LineBuffer &line)
 {
-    LineReader reader{File(fopen(leases_path, "re")), nullptr};
-    if (!reader.file) log_trace(LOG_ERR, point, "unable to open dhcp lease file");
-    return reader;
+    return getline(&line.text, &line.size, file.get()) >= 0;
 }
 
 // At most `count`; the file may have grown since they were counted.
-int fill_leases(LineReader &reader, time_t now, DhcpLease *leases, int count)
+int fill_leases(const File &file, time_t now, DhcpLease *leases, int count)
 {
+    LineBuffer line;
     int filled = 0;
-    while (filled < count) {
-        const char *line = next_line(reader);
-        if (line == nullptr) break;
-        if (parse_lease(line, now, leases[filled])) ++filled;
+    while (filled < count && read_line(file, line)) {
+        if (parse_lease(line.text, now, leases[filled])) ++filled;
     }
     return filled;
 }
@@ -144,12 +134,12 @@ int g_num_leases;
 
 int get_num_dhcp_leases()
 {
-    LineReader reader = open_leases("get_num_dhcp_leases");
+    const File file = open_leases("get_num_dhcp_leases");
+    if (!file) return 0;
+    LineBuffer line;
     int count = 0;
-    while (reader.file) {
-        const char *line = next_line(reader);
-        if (line == nullptr) break;
-        if (is_lease_line(line)) ++count;
+    while (read_line(file, line)) {
+        if (is_lease_line(line.text)) ++count;
     }
     return count;
 }
@@ -159,12 +149,12 @@ int read_dhcp_leases_file(DhcpLease **leases)
     const time_t now = time(nullptr);
     const int count = get_num_dhcp_leases();
     if (count == 0) return 0;
-    LineReader reader = open_leases("read_dhcp_leases_file");
-    if (!reader.file) return 0;
+    const File file = open_leases("read_dhcp_leases_file");
+    if (!file) return 0;
     std::unique_ptr<DhcpLease[], FreeMemory> records(
         static_cast<DhcpLease *>(calloc(static_cast<std::size_t>(count), sizeof(DhcpLease))));
     if (!records) return 0;
-    const int filled = fill_leases(reader, now, records.get(), count);
+    const int filled = fill_leases(file, now, records.get(), count);
     if (filled > 0) *leases = records.release();
     return filled;
 }

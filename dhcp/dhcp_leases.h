@@ -12,7 +12,8 @@ extern int g_num_leases;
 
 int get_num_dhcp_leases(); // lease lines of the file; 0 when it cannot be opened
 
-// The leases as an array that the caller frees with free(), and their number; null and 0 when there are none.
+// The leases as an array that the caller frees with free(), and their number; 0 and `leases` as it was when there are
+// none.
 int read_dhcp_leases_file(DhcpLease **leases);
 
 const DhcpLease *find_dhcp_lease(const DhcpLease *leases, int count, in_addr address); // null: none

@@ -1,9 +1,7 @@
-// What the three lists share.
+// What the handlers of the lists share.
 #include "dhcp/dhcp_lists.h"
 
 #include <arpa/inet.h>
-
-#include "core/base/log.h"
 
 int format_ipv4_value(const confd_value_t &value, char (&text)[INET_ADDRSTRLEN])
 {
@@ -12,7 +10,7 @@ int format_ipv4_value(const confd_value_t &value, char (&text)[INET_ADDRSTRLEN])
     return AF_INET;
 }
 
-void log_pair(const char *function, const confd_tag_value_t &pair)
+void log_pair(TracePoint point, const confd_tag_value_t &pair)
 {
-    log_trace(LOG_DEBUG, function, "tagstr:%s, type:%d", confd_hash2str(pair.tag.tag), static_cast<int>(pair.v.type));
+    log_trace(LOG_DEBUG, point, "tagstr:%s, type:%d", confd_hash2str(pair.tag.tag), static_cast<int>(pair.v.type));
 }

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "confd.h"
+#include "core/base/log.h"
 #include "dhcp/dhcp_pool.h"
 #include "tollan.h"
 
@@ -39,6 +40,6 @@ int get_excl_addr_ranges(std::unique_ptr<AddrRange[]> &ranges);
 int format_ipv4_value(const confd_value_t &value, char (&text)[INET_ADDRSTRLEN]);
 
 // One debug line for one pair of a change.
-void log_pair(const char *function, const confd_tag_value_t &pair);
+void log_pair(TracePoint point, const confd_tag_value_t &pair);
 
 #endif

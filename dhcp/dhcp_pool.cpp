@@ -6,6 +6,7 @@
 #include "core/base/cdb_sessions.h"
 #include "core/base/handles.h"
 #include "core/base/log.h"
+#include "dhcp/dhcp_lists.h"
 #include "dhcp/pool_arithmetic.h"
 #include "monitor/traps.h"
 #include "pat/pat_table.h"
@@ -81,8 +82,7 @@ int tarvo_config_dhcp_pool(tollan_change_ctx * /*ctx*/, int /*op*/, int /*num_ke
                            std::uint16_t num_values, confd_tag_value_t *values)
 {
     for (int i = 0; i < num_values; ++i) {
-        log_trace(LOG_DEBUG, "tarvo_config_dhcp_pool", "tagstr:%s, type:%d", confd_hash2str(values[i].tag.tag),
-                  static_cast<int>(values[i].v.type));
+        log_pair("tarvo_config_dhcp_pool", values[i]);
         take_pair(dhcp_conf_g, values[i]);
     }
     apply(dhcp_conf_g, "tarvo_config_dhcp_pool");

@@ -1,7 +1,6 @@
 #include "dhcp/side_file.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -12,16 +11,6 @@
 namespace {
 
 constexpr const char *name = "process_dnsmasq_dhcp_file"; // in the traces
-
-// What getline() allocates.
-struct LineBuffer {
-    char *text = nullptr;
-    std::size_t size = 0;
-    LineBuffer() = default;
-    ~LineBuffer() { free(text); }
-    LineBuffer(const LineBuffer &) = delete;
-    LineBuffer &operator=(const LineBuffer &) = delete;
-};
 
 // Copies all lines but those of the key. A last line that somebody left without line break gets one, lest the next
 // entry become part of it.

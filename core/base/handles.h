@@ -3,6 +3,7 @@
 #define GW_CORE_BASE_HANDLES_H
 
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <unistd.h>
 
@@ -18,6 +19,16 @@ struct ClosePipe {
     void operator()(FILE *pipe) const { pclose(pipe); }
 };
 using Pipe = std::unique_ptr<FILE, ClosePipe>;
+
+// What getline() allocates; one for all lines of a file.
+struct LineBuffer {
+    char *text = nullptr;
+    std::size_t size = 0;
+    LineBuffer() = default;
+    ~LineBuffer() { free(text); }
+    LineBuffer(const LineBuffer &) = delete;
+    LineBuffer &operator=(const LineBuffer &) = delete;
+};
 
 // A descriptor; 0 is a valid one, negative is none.
 struct Descriptor {
