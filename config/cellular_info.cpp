@@ -2,7 +2,6 @@
 
 #include <arpa/inet.h>
 #include <cstddef>
-#include <cstdlib>
 
 #include "core/base/cdb_sessions.h"
 #include "core/base/handles.h"
@@ -40,13 +39,11 @@ void read_detail(const CdbSession &session, const Detail &detail, CellularInfo &
 
 int count_lines(FILE *stream)
 {
-    char *line = nullptr;
-    std::size_t room = 0;
+    LineBuffer line;
     int lines = 0;
-    while (getline(&line, &room, stream) >= 0) {
+    while (getline(&line.text, &line.size, stream) >= 0) {
         ++lines;
     }
-    free(line);
     return ferror(stream) != 0 ? 0 : lines;
 }
 

@@ -68,13 +68,11 @@ void read_configured_server(NtpServer &server)
         log_guarded(LOG_INFO, "Error opening /tmp/ntp_server_ip\n");
         return;
     }
-    char *line = nullptr;
-    std::size_t room = 0;
+    LineBuffer line;
     // The first address; a file with none gives what its last line has, such as a name.
-    while (getline(&line, &room, file.get()) >= 0) {
-        if (take_server(line, server) && is_ipv4(server)) break;
+    while (getline(&line.text, &line.size, file.get()) >= 0) {
+        if (take_server(line.text, server) && is_ipv4(server)) break;
     }
-    free(line);
 }
 
 int check_clock_sync()
