@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
+#include <safe_mem_lib.h>
 #include <sys/ioctl.h>
 
 #include "core/base/handles.h"
@@ -87,10 +87,10 @@ int sfp_read_idprom(std::uint8_t (&image)[sfp_info_size])
 {
     std::uint8_t page[sfp_page_size] = {};
     if (sfp_read_page(sfp_a0, 0, page, transfer_size) == 0) return 0;
-    memcpy(image, page, sfp_a0_kept);
-    memset(page, 0, sizeof page);
+    memcpy_s(image, sizeof image, page, sfp_a0_kept);
+    memset_s(page, sizeof page, 0, sizeof page);
     if (sfp_read_page(sfp_a2, 0, page, transfer_size) == 0) return 0;
-    memcpy(image + sfp_a0_kept, page, sizeof page);
+    memcpy_s(image + sfp_a0_kept, sizeof image - sfp_a0_kept, page, sizeof page);
     return 1;
 }
 

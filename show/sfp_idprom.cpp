@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <iterator>
+#include <safe_mem_lib.h>
 
 namespace {
 
@@ -87,7 +87,7 @@ void bit_rate_text(const std::uint8_t *field, std::size_t /*length*/, Text &text
 void field_text(const std::uint8_t *field, std::size_t length, Text &text)
 {
     if (field[0] == 0) return put_text(text, "Unknown");
-    memcpy(text, field, length);
+    memcpy_s(text, sizeof text, field, length);
     text[length] = '\0';
 }
 

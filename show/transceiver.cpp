@@ -1,7 +1,7 @@
 #include "show/transceiver.h"
 
 #include <atomic>
-#include <cstring>
+#include <safe_mem_lib.h>
 
 #include "core/base/assertion.h"
 #include "core/base/globals.h"
@@ -60,7 +60,7 @@ int tarvo_show_transceiver_idprom_info_get_elem(confd_trans_ctx *tctx, confd_hke
     const std::uint32_t tag = leaf_tag(tctx, kp);
     char text[sfp_text_size];
     if (sfp_read_idprom(g_sfp_info_data) == 0) {
-        memset(g_sfp_info_data, 0, sizeof g_sfp_info_data);
+        memset_s(g_sfp_info_data, sizeof g_sfp_info_data, 0, sizeof g_sfp_info_data);
         report_absence();
     }
     if (tag == TAG_PHY_LINK) return answer(tctx, read_phy_status() == 1 ? "Connected" : "Not Connected");
