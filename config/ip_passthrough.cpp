@@ -19,9 +19,7 @@ namespace {
 constexpr const char *handler = "tarvo_config_ip_passthrough"; // as its messages name it
 constexpr std::uint32_t tag_passthrough = 0x63481783;
 constexpr const char *stop_handing_through = "echo 1 > /click/ip_passthru_disable/run";
-constexpr int hand_through = 1; // the session script's first argument
-constexpr int set_address = 4;
-constexpr int family_ipv4 = 2;
+constexpr int hand_through = 1;     // the session script's first argument
 constexpr unsigned lan_prefix = 24; // whatever mask is configured
 constexpr int routed_lines = 4; // of the route table as the data plane's configuration leaves it without passthrough
 
@@ -67,7 +65,7 @@ void enable_passthrough(const CdbSession &session)
     const LanAddress lan = lan_address(session);
     CommandRunner("echo true > /tmp/passthrough");
     hand_cellular_address_through(lan);
-    if (__tarvo_configure_eth("srcr2", set_address, family_ipv4, lan.address, lan_prefix) != 0) {
+    if (__tarvo_configure_eth("srcr2", set_address, AF_INET, lan.address, lan_prefix) != 0) {
         log_guarded(LOG_ERR, "Failed to configure interface with params [%s] [%d] ", lan.address,
                     static_cast<int>(lan_prefix));
     }

@@ -18,8 +18,6 @@ constexpr const char *session_script = "/etc/dnsmasq/ip_session.sh";
 constexpr const char *default_lan_address = "192.168.1.1";
 constexpr unsigned default_lan_prefix = 24;
 constexpr unsigned longest_lan_prefix = 30;
-constexpr int set_address = 4;
-enum { FAMILY_IPV4 = 2, FAMILY_IPV6 = 10 };
 
 enum : std::uint32_t { TAG_IP = 0x61fa2cdb, TAG_MASK = 0x4591c4f1, TAG_V4 = 0x1089ff91, TAG_MEDIA_TYPE = 0x5c4c4bb4 };
 
@@ -60,7 +58,7 @@ in_addr netmask_of(unsigned prefix_length)
 void take_ipv4(EthChange &change, in_addr address)
 {
     inet_ntop(AF_INET, &address, change.address, sizeof change.address);
-    change.family = FAMILY_IPV4;
+    change.family = AF_INET;
 }
 
 // The tag belongs to a container as well, whose begin has neither type.
@@ -71,7 +69,7 @@ void take_address(EthChange &change, const confd_value_t &value)
         change.op = set_address;
     } else if (value.type == C_IPV6) {
         inet_ntop(AF_INET6, &value.val.ip6, change.address, sizeof change.address);
-        change.family = FAMILY_IPV6;
+        change.family = AF_INET6;
         change.op = set_address;
     }
 }
@@ -89,7 +87,7 @@ void take_pair(EthChange &change, const confd_tag_value_t &pair)
         if (pair.v.type == C_IPV4) change.prefix_length = prefix_length_of(pair.v.val.ip);
         break;
     case TAG_V4:
-        if (pair.v.type == C_XMLBEGIN) change.family = FAMILY_IPV4;
+        if (pair.v.type == C_XMLBEGIN) change.family = AF_INET;
         break;
     case TAG_MEDIA_TYPE:
         take_media_type(pair.v);
@@ -198,7 +196,7 @@ int __tarvo_configure_eth(const char *device, int /*op*/, int /*family*/, const 
 
 void tarvo_configure_srcr2_default()
 {
-    if (__tarvo_configure_eth("srcr2", set_address, FAMILY_IPV4, default_lan_address, default_lan_prefix) == 0) {
+    if (__tarvo_configure_eth("srcr2", set_address, AF_INET, default_lan_address, default_lan_prefix) == 0) {
         log_guarded(LOG_INFO, "Configure srcr2 interface with default parameters\n");
     } else {
         log_guarded(LOG_ERR, "Failed to configure interface with params [%s] [%d] ", default_lan_address,

@@ -14,8 +14,10 @@ int tarvo_config_gigabitethernet(tollan_change_ctx *ctx, int op, int num_keys, c
 int tarvo_config_interface(tollan_change_ctx *ctx, int op, int num_keys, confd_value_t *keys, std::uint16_t num_values,
                            confd_tag_value_t *values);
 
-// Gives the address to the LAN through the session script. `device` and `op` are for messages only, `family` is that of
-// the address text. 0, or -1 for a prefix length above 30, when nothing is done.
+inline constexpr int set_address = 4; // the only operation of __tarvo_configure_eth()
+
+// Gives the address to the LAN through the session script. `device` is for messages only; `op` and `family`, that of
+// the address text, change nothing. 0, or -1 for a prefix length above 30, when nothing is done.
 int __tarvo_configure_eth(const char *device, int op, int family, const char *address, unsigned prefix_length);
 
 void tarvo_configure_srcr2_default(); // 192.168.1.1/24
