@@ -5,7 +5,8 @@
 // Runs the command line with the shell, waits for it and appends it to the command log. Its status is ignored.
 void CommandRunner(const char *command);
 
-// Appends a time stamp line and the command line to /tmp/system_cmds_with_timestamp and keeps that file below 100 KB.
+// Appends a time stamp line and the command line to /tmp/system_cmds_with_timestamp, which is cut to its last 200 lines
+// when it exceeds 100 KB.
 void log_system_call(const char *command);
 
 // Runs the command line with the shell and waits for it; no entry in the command log. Its status is ignored.

@@ -1,5 +1,6 @@
 #include "core/base/debug_info.h"
 
+#include <algorithm>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
