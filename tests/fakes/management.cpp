@@ -1,10 +1,10 @@
 // Replies of data providers, database reads and notifications.
-#include <arpa/inet.h>
 #include <cstdarg>
 #include <cstdio>
 
 #include "fakes/platform.h"
 #include "fakes/record.h"
+#include "platform/confd/convert.h"
 
 using fakes::outcomes;
 using fakes::record;
@@ -17,31 +17,6 @@ std::string hex(std::uint32_t number)
 {
     char text[16];
     snprintf(text, sizeof text, "0x%08x", number);
-    return text;
-}
-
-std::string bytes(const confd_value_t &value)
-{
-    std::string text = "x'";
-    char byte[3];
-    for (std::uint32_t i = 0; i < value.val.buf.size; i++) {
-        snprintf(byte, sizeof byte, "%02x", value.val.buf.ptr[i]);
-        text += byte;
-    }
-    return text + "'";
-}
-
-std::string address(int family, const void *where)
-{
-    char text[INET6_ADDRSTRLEN];
-    return inet_ntop(family, where, text, sizeof text);
-}
-
-std::string duration(const confd_duration &d)
-{
-    std::string text = "duration";
-    for (const std::uint32_t part : {d.years, d.months, d.days, d.hours, d.mins, d.secs, d.micros})
-        text += " " + to_string(part);
     return text;
 }
 
@@ -62,55 +37,41 @@ std::string formatted(const char *format, va_list arguments)
     return text;
 }
 
-// What is stored at the path, recorded as read.
-const confd_value_t *stored(const char *format, va_list arguments)
+template <typename Value> const Value *found(const std::map<std::string, Value> &values, const std::string &path)
 {
-    const std::string path = formatted(format, arguments);
-    record("cdb: " + path);
-    const auto found = outcomes.stored.find(path);
-    return found == outcomes.stored.end() ? nullptr : &found->second;
+    const auto it = values.find(path);
+    return it == values.end() ? nullptr : &it->second;
 }
 
 } // namespace
 
 std::string fakes::shown(const confd_value_t &value)
 {
-    switch (value.type) {
-    case C_STR:
-        return "\"" + std::string(value.val.s) + "\"";
-    case C_BUF:
-        return "\"" + std::string(reinterpret_cast<char *>(value.val.buf.ptr), value.val.buf.size) + "\"";
-    case C_BINARY:
-        return bytes(value);
-    case C_INT32:
-        return "i32 " + to_string(value.val.i32);
-    case C_UINT16:
-        return "u16 " + to_string(value.val.u16);
-    case C_UINT32:
-        return "u32 " + to_string(value.val.u32);
-    case C_UINT64:
-        return "u64 " + to_string(value.val.u64);
-    case C_ENUM_VALUE:
-        return "enum " + to_string(value.val.enumvalue);
-    case C_BOOL:
-        return value.val.boolean != 0 ? "true" : "false";
-    case C_IPV4:
-        return address(AF_INET, &value.val.ip);
-    case C_IPV6:
-        return address(AF_INET6, &value.val.ip6);
-    case C_IPV4PREFIX:
-        return address(AF_INET, &value.val.ipv4prefix.ip) + "/" + to_string(value.val.ipv4prefix.len);
-    case C_DURATION:
-        return duration(value.val.duration);
-    case C_XMLTAG:
-        return "tag " + hex(value.val.xmltag.tag);
-    case C_XMLBEGIN:
-        return "begin " + hex(value.val.xmltag.tag) + " " + hex(value.val.xmltag.ns);
-    case C_XMLEND:
-        return "end " + hex(value.val.xmltag.tag) + " " + hex(value.val.xmltag.ns);
-    default:
-        return "type " + to_string(value.type); // not one that replies use
-    }
+    static const std::map<int, const char *> kinds = {
+        {C_BINARY,     "base64 "},
+        {C_INT32,      "i32 "   },
+        {C_UINT16,     "u16 "   },
+        {C_UINT32,     "u32 "   },
+        {C_UINT64,     "u64 "   },
+        {C_ENUM_VALUE, "enum "  },
+        {C_BOOL,       ""       },
+        {C_IPV4,       ""       },
+        {C_IPV6,       ""       },
+        {C_IPV4PREFIX, ""       },
+        {C_DURATION,   ""       },
+        {C_STR,        ""       },
+        {C_BUF,        ""       },
+    };
+    proto::Value read;
+    const auto kind = kinds.find(value.type);
+    const std::string tag = hex(value.val.xmltag.tag);
+    const std::string with_ns = tag + " " + hex(value.val.xmltag.ns);
+    if (value.type == C_XMLTAG) return "tag " + tag;
+    if (value.type == C_XMLBEGIN) return "begin " + with_ns;
+    if (value.type == C_XMLEND) return "end " + with_ns;
+    if (kind == kinds.end() || !confd::from_c(value, &read)) return "type " + to_string(value.type);
+    const std::string quote = value.type == C_STR || value.type == C_BUF ? "\"" : "";
+    return kind->second + quote + proto::to_text(read) + quote;
 }
 
 confd_trans_ctx *fakes::transaction(bool ready)
@@ -143,9 +104,9 @@ confd_hkeypath_t fakes::keypath(const std::vector<std::vector<confd_value_t>> &e
 
 const char *confd_hash2str(uint32_t hash)
 {
-    static char name[16];
-    snprintf(name, sizeof name, "%s", hex(hash).c_str());
-    return name;
+    static std::string name;
+    name = hex(hash);
+    return name.c_str();
 }
 
 int confd_pp_kpath(char *buf, int size, const confd_hkeypath_t * /*path*/)
@@ -198,12 +159,17 @@ int tollan_event_send_notification(tollan_ctx * /*ctx*/, const confd_tag_value_t
     return 0;
 }
 
+// The text that a function's `fmt` and what follows it make.
+#define FORMAT(text)                                                                                                   \
+    va_list arguments;                                                                                                 \
+    va_start(arguments, fmt);                                                                                          \
+    const std::string text = formatted(fmt, arguments);                                                                \
+    va_end(arguments)
+
 int cdb_cd(int /*sock*/, const char *fmt, ...)
 {
-    va_list arguments;
-    va_start(arguments, fmt);
-    record("cdb_cd " + formatted(fmt, arguments));
-    va_end(arguments);
+    FORMAT(path);
+    record("cdb_cd " + path);
     return outcomes.cdb_cd;
 }
 
@@ -213,94 +179,44 @@ int cdb_set_namespace(int /*sock*/, uint32_t hashed_ns)
     return CONFD_OK;
 }
 
-static int instances(const char *call, const char *fmt, va_list arguments)
-{
-    const std::string path = formatted(fmt, arguments);
-    record(call + path);
-    const auto found = outcomes.instances.find(path);
-    return found == outcomes.instances.end() ? 0 : found->second;
-}
+#define COUNT(call)                                                                                                    \
+    int call(int /*sock*/, const char *fmt, ...)                                                                       \
+    {                                                                                                                  \
+        FORMAT(path);                                                                                                  \
+        record(#call " " + path);                                                                                      \
+        const int *count = found(outcomes.instances, path);                                                            \
+        return count == nullptr ? 0 : *count;                                                                          \
+    }
+COUNT(cdb_exists)
+COUNT(cdb_num_instances)
 
-int cdb_exists(int /*sock*/, const char *fmt, ...)
-{
-    va_list arguments;
-    va_start(arguments, fmt);
-    const int result = instances("cdb_exists ", fmt, arguments);
-    va_end(arguments);
-    return result;
-}
-
-int cdb_num_instances(int /*sock*/, const char *fmt, ...)
-{
-    va_list arguments;
-    va_start(arguments, fmt);
-    const int result = instances("cdb_num_instances ", fmt, arguments);
-    va_end(arguments);
-    return result;
-}
-
-int cdb_get_ipv4(int /*sock*/, in_addr *rval, const char *fmt, ...)
-{
-    va_list arguments;
-    va_start(arguments, fmt);
-    const confd_value_t *value = stored(fmt, arguments);
-    va_end(arguments);
-    if (value == nullptr) return CONFD_ERR;
-    *rval = value->val.ip;
-    return CONFD_OK;
-}
-
-int cdb_get_ipv4prefix(int /*sock*/, confd_ipv4_prefix *rval, const char *fmt, ...)
-{
-    va_list arguments;
-    va_start(arguments, fmt);
-    const confd_value_t *value = stored(fmt, arguments);
-    va_end(arguments);
-    if (value == nullptr) return CONFD_ERR;
-    *rval = value->val.ipv4prefix;
-    return CONFD_OK;
-}
-
-int cdb_get_u_int16(int /*sock*/, uint16_t *rval, const char *fmt, ...)
-{
-    va_list arguments;
-    va_start(arguments, fmt);
-    const confd_value_t *value = stored(fmt, arguments);
-    va_end(arguments);
-    if (value == nullptr) return CONFD_ERR;
-    *rval = value->val.u16;
-    return CONFD_OK;
-}
-
-int cdb_get_enum_value(int /*sock*/, int32_t *rval, const char *fmt, ...)
-{
-    va_list arguments;
-    va_start(arguments, fmt);
-    const confd_value_t *value = stored(fmt, arguments);
-    va_end(arguments);
-    if (value == nullptr) return CONFD_ERR;
-    *rval = value->val.enumvalue;
-    return CONFD_OK;
-}
+#define GET(call, type, part)                                                                                          \
+    int call(int /*sock*/, type *rval, const char *fmt, ...)                                                           \
+    {                                                                                                                  \
+        FORMAT(path);                                                                                                  \
+        record("cdb: " + path);                                                                                        \
+        const confd_value_t *value = found(outcomes.stored, path);                                                     \
+        if (value != nullptr) *rval = value->val.part;                                                                 \
+        return value == nullptr ? CONFD_ERR : CONFD_OK;                                                                \
+    }
+GET(cdb_get_ipv4, in_addr, ip)
+GET(cdb_get_ipv4prefix, confd_ipv4_prefix, ipv4prefix)
+GET(cdb_get_u_int16, uint16_t, u16)
+GET(cdb_get_enum_value, int32_t, enumvalue)
 
 int cdb_get_case(int /*sock*/, const char *choice, confd_value_t *rcase, const char *fmt, ...)
 {
-    va_list arguments;
-    va_start(arguments, fmt);
-    const std::string path = formatted(fmt, arguments) + "/" + choice;
-    va_end(arguments);
+    FORMAT(parent);
+    const std::string path = parent + "/" + choice;
     record("cdb_get_case " + path);
-    const auto found = outcomes.stored.find(path);
-    if (found == outcomes.stored.end()) return CONFD_ERR;
-    *rcase = found->second;
-    return CONFD_OK;
+    const confd_value_t *value = found(outcomes.stored, path);
+    if (value != nullptr) *rcase = *value;
+    return value == nullptr ? CONFD_ERR : CONFD_OK;
 }
 
 int cdb_set_elem(int /*sock*/, const confd_value_t *val, const char *fmt, ...)
 {
-    va_list arguments;
-    va_start(arguments, fmt);
-    record("cdb_set_elem " + formatted(fmt, arguments) + " " + shown(*val));
-    va_end(arguments);
+    FORMAT(path);
+    record("cdb_set_elem " + path + " " + shown(*val));
     return outcomes.cdb_set_elem;
 }

@@ -39,8 +39,8 @@ void reset(); // the outcomes and the record
 confd_value_t text_value(const char *text);
 confd_value_t ipv4_value(const char *text);
 
-// A value as the record shows it: "text", 5, enum 1, 10.0.0.1, 10.0.0.0/8, tag 0x0000000a, x'00ff' (binary); numbers by
-// their type as i32 5, u16 5, u32 5, u64 5; a duration by its seven parts.
+// A value as the record shows it: its canonical text, "quoted" or after its kind (i32 5, u16 5, u32 5, u64 5, enum 1,
+// base64 AAAA); and tag 0x0000000a.
 std::string shown(const confd_value_t &value);
 
 // A transaction of a module that is ready or not, and a keypath whose elements are given from the innermost.
