@@ -79,19 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 {
     if (size == 0) return 0;
     const std::string text(reinterpret_cast<const char *>(data) + 1, size - 1);
-    switch (data[0] % 4) {
-    case 0:
-        keypath(text);
-        break;
-    case 1:
-        edits(text);
-        break;
-    case 2:
-        document(text);
-        break;
-    case 3:
-        completion(text);
-        break;
-    }
+    constexpr void (*targets[])(const std::string &) = {keypath, edits, document, completion};
+    targets[data[0] % 4](text);
     return 0;
 }

@@ -166,51 +166,21 @@ class Gateway(Console):
             memory.seek(base + offset)
             return memory.read(1)[0]
 
-    def sanitized(self):
-        return re.search(r'lib[at]san', pathlib.Path(f'/proc/{self.agent.pid}/maps').read_text()) is not None
-
 
 class Peer:
     """A bare connection to the agent, for saying things that no client of ours would."""
 
     def __init__(self):
         self.socket = socket.create_connection(('127.0.0.1', PORT), timeout=20)
-
-    def send(self, data):
-        self.socket.sendall(data)
+        self.stream = self.socket.makefile('rb')
 
     def frame(self, op, request, payload=b''):
-        self.send(struct.pack('>IBI', 5 + len(payload), op, request) + payload)
-
-    def hello(self):
-        name = b'test'
-        self.frame(1, 1, struct.pack('>HBI', 1, 1, len(name)) + name + struct.pack('>I', 0))
-        return self.answer()
+        self.socket.sendall(struct.pack('>IBI', 5 + len(payload), op, request) + payload)
 
     def answer(self):
-        head = self.exactly(9)
-        length, op, request = struct.unpack('>IBI', head)
-        return op, request, self.exactly(length - 5)
-
-    def exactly(self, count):
-        data = b''
-        while len(data) < count:
-            piece = self.socket.recv(count - len(data))
-            if not piece:
-                raise EOFError
-            data += piece
-        return data
+        length, op, request = struct.unpack('>IBI', self.stream.read(9))
+        return op, request, self.stream.read(length - 5)
 
     def __del__(self):
+        self.stream.close()
         self.socket.close()
-
-    def closed(self):
-        """True when the agent has closed this connection, False when it has not within the time-out."""
-        try:
-            while self.socket.recv(65536):
-                pass
-            return True
-        except (ConnectionResetError, BrokenPipeError):
-            return True
-        except TimeoutError:
-            return False
