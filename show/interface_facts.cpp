@@ -29,6 +29,12 @@ const char *checked_text(const confd_value_t &element, const char *module, unsig
     return text_of(element);
 }
 
+int reply_not_found(confd_trans_ctx *tctx)
+{
+    confd_data_reply_not_found(tctx);
+    return CONFD_OK;
+}
+
 long statistics_slot(const char *port_key)
 {
     int slot = 0;

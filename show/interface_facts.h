@@ -14,6 +14,9 @@
 std::uint32_t checked_tag(const confd_value_t &element, const char *module, unsigned line = __builtin_LINE());
 const char *checked_text(const confd_value_t &element, const char *module, unsigned line = __builtin_LINE());
 
+// Always CONFD_OK: that there is no such thing is an answer.
+int reply_not_found(confd_trans_ctx *tctx);
+
 // Slot + port, 0 for each number that cannot be read.
 long statistics_slot(const char *port_key);
 

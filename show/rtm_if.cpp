@@ -236,12 +236,6 @@ bool find_row(const char *name, RtmIf &row)
     return true;
 }
 
-int reply_not_found(confd_trans_ctx *tctx)
-{
-    confd_data_reply_not_found(tctx);
-    return CONFD_OK;
-}
-
 } // namespace
 
 int tarvo_show_rtm_if_get_next(confd_trans_ctx *tctx, confd_hkeypath_t * /*kp*/, long next)

@@ -75,12 +75,6 @@ struct InterfaceFacts {
     std::uint8_t prefix_length;
 };
 
-int reply_not_found(confd_trans_ctx *tctx)
-{
-    confd_data_reply_not_found(tctx);
-    return CONFD_OK;
-}
-
 int report_reply(int status, const char *what)
 {
     if (status == CONFD_OK) return CONFD_OK;
