@@ -70,6 +70,7 @@ void read_history(Datastore &store, std::uint64_t running)
               [](const Stamp &a, const Stamp &b) { return a.txid > b.txid; });
 }
 
+// False with versions left: it cannot be written. False with none: there is nothing to go back to.
 bool use_previous(Datastore &store, std::string *error)
 {
     while (!store.history.empty()) {
@@ -158,9 +159,10 @@ bool open_datastore(const model::Models &models, const std::string &dir, const s
     if (exists) {
         log(LOG_ERR, "%s/%s is not used: %s", dir.c_str(), running_name, why.c_str());
         keep_aside(dir, running_name);
-        if (use_previous(*store, error)) return true;
     }
-    return use_factory(*store, factory, error);
+    // Also when there is none: the agent may have ended between putting the damaged one aside and writing another.
+    if (use_previous(*store, error)) return true;
+    return store->history.empty() && use_factory(*store, factory, error);
 }
 
 bool commit_version(Datastore &store, model::Tree tree, const std::string &comment, std::string *error)
