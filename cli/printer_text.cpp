@@ -60,7 +60,7 @@ std::string commit(const proto::CommitReply &reply, Verb verb, std::uint32_t con
 {
     std::string out;
     for (const proto::Remark &remark : reply.remarks)
-        out += "warning: " + printable(remark.path) + ": " + printable(remark.text) + "\n";
+        out += "warning: " + printable(remark.path) + (remark.path.empty() ? "" : ": ") + printable(remark.text) + "\n";
     return out + outcome(reply, verb, confirm_seconds) + "\n";
 }
 
