@@ -1,7 +1,5 @@
 #include "model_fixture.h"
 
-#include <sstream>
-
 #include <gtest/gtest.h>
 
 #include "agent/model/edit.h"
@@ -12,15 +10,6 @@ const model::Models &models()
     static const model::ModelsHandle loaded = model::load(GW_YANG_SOURCES, &error);
     if (!loaded) ADD_FAILURE() << error;
     return *loaded;
-}
-
-proto::Words words(const std::string &line, char separator)
-{
-    std::istringstream in(line);
-    proto::Words list;
-    for (std::string word; std::getline(in >> std::ws, word, separator);)
-        list.push_back(word);
-    return list;
 }
 
 bool apply(model::Tree *tree, const std::string &line, proto::Error *error)

@@ -6,13 +6,12 @@
 
 #include "agent/model/handles.h"
 #include "agent/model/models.h"
-#include "protocol/client.h"
+#include "fakes/protocol.h"
 #include "protocol/hello.h"
 
 const model::Models &models();
 
-// "interface GigabitEthernet 0/0" as words.
-proto::Words words(const std::string &line, char separator = ' ');
+using fakes::words;
 
 // One edit such as "snmp disable false"; a line that begins with "-" removes.
 bool apply(model::Tree *tree, const std::string &line, proto::Error *error);

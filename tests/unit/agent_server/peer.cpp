@@ -5,8 +5,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <iterator>
-#include <sstream>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -220,16 +218,13 @@ proto::Register tarvod_record(std::uint64_t instance)
 
 proto::Words words(const std::string &line)
 {
-    if (!line.empty() && line.front() == '/') return {line};
-    std::istringstream in(line);
-    return {std::istream_iterator<std::string>(in), {}};
+    return line.starts_with('/') ? proto::Words{line} : fakes::words(line);
 }
 
 void edit(Peer &client, const std::string &edits)
 {
-    std::istringstream in(edits);
-    for (std::string line; std::getline(in >> std::ws, line, ';');) {
-        const bool remove = line.front() == '-';
+    for (const std::string &line : fakes::words(edits, ';')) {
+        const bool remove = line.starts_with('-');
         const Message message = ask(client, proto::Op::edit, proto::Edit{remove, words(line.substr(remove ? 1 : 0))});
         EXPECT_EQ(message.op, proto::Op::reply) << line << ": " << decoded<proto::Error>(message).text;
     }

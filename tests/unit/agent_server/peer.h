@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include "fakes/protocol.h"
 #include "protocol/application.h"
 #include "protocol/client.h"
 #include "protocol/data.h"
@@ -21,6 +22,8 @@
 #include "protocol/hello.h"
 
 namespace test {
+
+using fakes::decoded;
 
 struct Message {
     proto::Op op = proto::Op::error;
@@ -73,12 +76,6 @@ bool is_closed(Peer &peer); // by the agent, within 10 s
 
 Message ask(Peer &peer, proto::Op op, const Payload &payload = {});
 proto::Error ask_error(Peer &peer, proto::Op op, const Payload &payload = {});
-template <typename Record> Record decoded(const Message &message)
-{
-    Record record;
-    EXPECT_TRUE(proto::decode(message.payload, &record));
-    return record;
-}
 // Expects a reply of this kind.
 template <typename Reply> Reply ask_for(Peer &peer, proto::Op op, const Payload &payload = {})
 {

@@ -8,6 +8,9 @@
 #include <unistd.h>
 
 #include "cli/run.h"
+#include "fakes/protocol.h"
+
+using fakes::decoded;
 
 namespace {
 
@@ -32,13 +35,6 @@ void accept_all(FakeAgent *agent)
 {
     for (int fd = 0; (fd = accept(agent->listener, nullptr, nullptr)) >= 0; close(fd))
         serve(agent, fd);
-}
-
-template <typename Record> Record decoded(const proto::Frame &frame)
-{
-    Record record;
-    EXPECT_TRUE(proto::decode(frame.payload, &record));
-    return record;
 }
 
 std::string joined(const proto::Words &words)

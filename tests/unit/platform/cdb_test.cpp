@@ -66,7 +66,7 @@ TEST(Requests, GiveValuesOfTheRightTypeOnly)
     proto::CdbPath path;
     std::thread agent([&] {
         const peer::Message request = peer::serve(pair.agent, Op::cdb_get, proto::CdbValue{ipv4(7)});
-        EXPECT_TRUE(decode(request.payload, &path));
+        path = fakes::decoded<proto::CdbPath>(request);
         peer::serve(pair.agent, Op::cdb_get, proto::CdbValue{ipv4(8)});
         peer::refuse(pair.agent, proto::ErrorCode::not_exists, "/ip", "no value");
     });

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "fakes/protocol.h"
 #include "protocol/frame.h"
 #include "protocol/hello.h"
 
@@ -121,10 +122,8 @@ inline void refuse(const Handle &connection, proto::ErrorCode code, const std::s
 inline Handle greet(const Handle &listener, proto::Role role)
 {
     Handle connection(accept4(listener.fd, nullptr, nullptr, SOCK_CLOEXEC));
-    proto::Hello hello;
     const Message first = serve(connection, proto::Op::hello, proto::HelloReply{proto::version, "test"});
-    EXPECT_TRUE(decode(first.payload, &hello));
-    EXPECT_EQ(hello.role, role);
+    EXPECT_EQ(fakes::decoded<proto::Hello>(first).role, role);
     return connection;
 }
 

@@ -8,14 +8,15 @@
 #include <mutex>
 
 #include "fakes/files.h"
+#include "fakes/record.h"
 #include "maker.h"
-#include "platform/confd/names.h"
 #include "protocol/application.h"
 #include "protocol/data.h"
 #include "tollan.h"
 #include "unit/platform/peer.h"
 
-using Lines = std::vector<std::string>;
+using fakes::decoded;
+using fakes::Events;
 using proto::make_number;
 using proto::make_text;
 using proto::Op;
@@ -25,20 +26,12 @@ namespace {
 
 constexpr std::uint32_t name_space = 0x6b64eac0;
 
-// What the callbacks saw, one line each; the hook runs inside them, before the line is written.
 std::mutex guard;
-Lines lines;
-std::function<void(tollan_ctx *)> hook;
+std::function<void(tollan_ctx *)> hook; // runs inside the handlers, before what they saw is recorded
 
 int fail_registration; // what the registration callback returns
 int registrations;     // how often it was called
 tollan_ctx *handed_out;
-
-Lines lines_so_far()
-{
-    const std::lock_guard<std::mutex> lock(guard);
-    return lines;
-}
 
 void set_hook(std::function<void(tollan_ctx *)> next)
 {
@@ -46,14 +39,12 @@ void set_hook(std::function<void(tollan_ctx *)> next)
     hook = std::move(next);
 }
 
-void record(void *owner, const std::string &line)
+void run_hook(tollan_ctx *owner)
 {
     std::unique_lock<std::mutex> lock(guard);
     const auto run = hook;
     lock.unlock();
-    if (run) run(static_cast<tollan_ctx *>(owner));
-    lock.lock();
-    lines.push_back(line);
+    if (run) run(owner);
 }
 
 std::string text_of(const confd_value_t &v)
@@ -73,31 +64,9 @@ int on_change(tollan_change_ctx *ctx, int op, int num_keys, confd_value_t *keys,
     for (int i = 0; i < num_values; i++) {
         line += " " + std::to_string(values[i].tag.tag) + "=" + text_of(values[i].v);
     }
-    record(ctx->handle, line);
+    run_hook(ctx->handle);
+    fakes::record(line);
     return num_keys > 1 ? 5 : 0;
-}
-
-int on_validate(confd_trans_ctx *tctx, confd_hkeypath_t *kp, confd_value_t *value)
-{
-    record(tctx->dx->owner, "validate " + std::to_string(kp->len) + " " + text_of(*value));
-    if (value->val.u32 == 0) return CONFD_OK;
-    confd_trans_seterr(tctx, "not %u", value->val.u32);
-    return value->val.u32 == 1 ? CONFD_ERR + 0 : CONFD_VALIDATION_WARN + 0;
-}
-
-int on_action(confd_user_info *user, confd_xmltag *name, confd_hkeypath_t *, confd_tag_value_t *, int nparams)
-{
-    record(user->dx->owner, "action " + std::to_string(name->tag) + " " + std::to_string(nparams));
-    return CONFD_OK;
-}
-
-int on_get_elem(confd_trans_ctx *tctx, confd_hkeypath_t *)
-{
-    record(tctx->dx->owner, "get_elem");
-    confd_value_t v = {};
-    v.type = C_UINT32;
-    v.val.u32 = 42;
-    return confd_data_reply_value(tctx, &v);
 }
 
 // clang-format off
@@ -106,18 +75,13 @@ tollan_subscription subscriptions[] = {
     {0, "cellular{1}/details",       on_change<'o'>, {}, 7,          {}, 0, 0x16, 0x10, {}},
     {},
 };
-confd_valpoint_cb validation_points[] = {{"check", on_validate, nullptr}, {}};
-confd_action_cbs action_points[] = {{"clear", nullptr, nullptr, on_action, nullptr, nullptr, nullptr}, {}};
+confd_valpoint_cb validation_points[] = {{"check", nullptr, nullptr}, {}};
 // clang-format on
 
 int register_data(tollan_ctx *ctx)
 {
     registrations++;
     EXPECT_TRUE(handed_out == ctx && ctx->dx->owner == ctx);
-    confd_data_cbs cbs = {};
-    std::snprintf(cbs.callpoint, sizeof cbs.callpoint, "numbers");
-    cbs.get_elem = on_get_elem;
-    EXPECT_EQ(confd_register_data_cb(ctx->dx, &cbs), CONFD_OK);
     return fail_registration;
 }
 
@@ -126,7 +90,6 @@ int init(event_base *base)
     TollanModuleParams params = {};
     params.subscriptions = subscriptions;
     params.validation_points = validation_points;
-    params.action_points = action_points;
     params.register_data = register_data;
     params.evbase = base;
     registrations = 0;
@@ -139,9 +102,8 @@ peer::Handle accept_registration(const peer::Handle &listener, proto::Register *
     peer::Handle agent = peer::greet(listener, proto::Role::application);
     const peer::Message request = peer::read_message(agent);
     EXPECT_EQ(request.op, Op::register_app);
-    EXPECT_TRUE(decode(request.payload, record));
-    proto::RegisterReply names;
-    names.tags.push_back({5, "port"});
+    *record = decoded<proto::Register>(request);
+    const proto::RegisterReply names{{{5, "port"}}, {}};
     peer::send_bytes(agent, proto::make_frame(Op::reply, request.id, encode(names)) + then);
     return agent;
 }
@@ -190,9 +152,9 @@ TEST_F(Init, FailsWithoutAnAnswerAndWhenRegistrationIsRefused)
     fail_registration = 0;
 }
 
-TEST_F(Init, TellsTheAgentTheWholeTablesAndWaitsForTheLoop)
+TEST_F(Init, TellsTheAgentItsTablesAndWaitsForTheLoop)
 {
-    lines.clear();
+    fakes::taken();
     const peer::Handle listener = peer::listen_here();
     auto result = start();
     proto::Register record;
@@ -206,19 +168,15 @@ TEST_F(Init, TellsTheAgentTheWholeTablesAndWaitsForTheLoop)
     EXPECT_EQ(record.subscriptions[0].ns, name_space);
     EXPECT_EQ(record.subscriptions[0].priority, 1);
     EXPECT_EQ(record.subscriptions[1].oper, proto::on_operational);
-    EXPECT_EQ(record.validation_points, Lines{"check"});
-    EXPECT_EQ(record.action_points, Lines{"clear"});
-    ASSERT_EQ(record.callpoints.size(), 1U);
-    EXPECT_EQ(record.callpoints[0].name, "numbers");
-    EXPECT_EQ(record.callpoints[0].calls, 1U << static_cast<unsigned>(proto::DataCall::get_elem));
+    EXPECT_EQ(record.validation_points, Events{"check"});
     EXPECT_EQ(record.last_txid, 0U);
     EXPECT_STREQ(confd_hash2str(5), "port");
     pollfd p = {agent.fd, POLLIN, 0};
     EXPECT_EQ(poll(&p, 1, 50), 0) << "answered";
-    EXPECT_TRUE(lines_so_far().empty());
+    EXPECT_EQ(fakes::taken(), Events{});
     event_base_loop(base, EVLOOP_ONCE);
     EXPECT_EQ(peer::read_message(agent).id, 9U);
-    EXPECT_EQ(lines_so_far(), Lines{"c 3"});
+    EXPECT_EQ(fakes::taken(), Events{"c 3"});
     tollan_ctx *const ctx = handed_out;
     tollan_module_deinit(ctx);
     EXPECT_TRUE(peer::sees_end(agent));
@@ -230,7 +188,7 @@ class Registered : public testing::Test {
 protected:
     void SetUp() override
     {
-        lines.clear();
+        fakes::taken();
         hook = nullptr;
         daemon = std::thread([this] {
             event_base *base = event_base_new();
@@ -259,11 +217,9 @@ protected:
         EXPECT_EQ(answer.id, 78U);
         return answer;
     }
-    template <typename Record> proto::Status status(Op op, const Record &question)
+    std::int32_t deliver(const proto::Deliver &question)
     {
-        proto::Status out;
-        EXPECT_TRUE(decode(call(op, question).payload, &out));
-        return out;
+        return decoded<proto::Status>(call(Op::deliver, question)).status;
     }
     // The next handler waits for it.
     void hold_handler()
@@ -292,50 +248,17 @@ TEST_F(Registered, DeliveriesReachTheHandlerOfTheirRow)
         {5, 0, make_text(ValueType::buf,      "lan")},
         {6, 0, make_number(ValueType::uint32, 7)    }
     };
-    EXPECT_EQ(status(Op::deliver, change).status, 0);
+    EXPECT_EQ(deliver(change), 0);
     change.keys.push_back(make_number(ValueType::uint32, 1));
     change.values.clear();
     change.operation = MOP_DELETED;
-    EXPECT_EQ(status(Op::deliver, change).status, 5) << "the handler's result";
-    EXPECT_EQ(status(Op::deliver, delivery(1, 1, 1)).status, 0);
-    EXPECT_NE(status(Op::deliver, delivery(1, 2, 2)).status, 0) << "no such row";
-    EXPECT_EQ(lines_so_far(), (Lines{"c 3 [0/0] 5=lan 6=12:7", "c 2 [0/0] [12:1]", "o 3"}));
-}
-
-TEST_F(Registered, CallsReachTheirPointAndSayWhy)
-{
-    proto::CallValidate question;
-    question.point = "check";
-    question.path.resize(2);
-    const std::pair<int, const char *> results[] = {
-        {CONFD_OK,              ""     },
-        {CONFD_ERR,             "not 1"},
-        {CONFD_VALIDATION_WARN, "not 2"}
-    };
-    for (int i = 0; i < 3; i++) {
-        question.value = make_number(ValueType::uint32, i);
-        const proto::Status answer = status(Op::call_validate, question);
-        EXPECT_EQ(answer.status, results[i].first);
-        EXPECT_EQ(answer.text, results[i].second);
-    }
-    question.point = "other";
-    EXPECT_EQ(call(Op::call_validate, question).op, Op::error);
-    proto::CallAction action;
-    action.point = "clear";
-    action.path.resize(1);
-    action.path[0].tag = 55;
-    EXPECT_EQ(status(Op::call_action, action).status, 0);
-    proto::CallData data;
-    data.callpoint = "numbers";
-    proto::DataReply reply;
-    EXPECT_TRUE(decode(call(Op::call_data, data).payload, &reply));
-    EXPECT_EQ(reply.value.number, 42);
-    EXPECT_EQ(lines_so_far(),
-              (Lines{"validate 2 12:0", "validate 2 12:1", "validate 2 12:2", "action 55 0", "get_elem"}));
-    for (const Op op : {Op::call_data, Op::get}) { // cannot be read; not served by an application
-        peer::send_message(agent, op, 3, "x");
-        EXPECT_EQ(peer::read_message(agent).op, Op::error);
-    }
+    EXPECT_EQ(deliver(change), 5) << "the handler's result";
+    EXPECT_EQ(deliver(delivery(1, 1, 1)), 0);
+    EXPECT_NE(deliver(delivery(1, 2, 2)), 0) << "no such row";
+    EXPECT_EQ(call(Op::call_validate, proto::CallValidate{}).op, Op::error) << "no such point";
+    EXPECT_EQ(call(Op::call_data, proto::Hello{}).op, Op::error) << "cannot be read";
+    EXPECT_EQ(call(Op::get, proto::Hello{}).op, Op::error) << "not an application's";
+    EXPECT_EQ(fakes::taken(), (Events{"c 3 [0/0] 5=lan 6=12:7", "c 2 [0/0] [12:1]", "o 3"}));
 }
 
 TEST_F(Registered, AnotherThreadIsHeardWhileAHandlerTakesItsTime)
@@ -349,16 +272,14 @@ TEST_F(Registered, AnotherThreadIsHeardWhileAHandlerTakesItsTime)
     leaf.v.val.enumvalue = 2;
     EXPECT_EQ(tollan_event_send_notification(ctx, &leaf, 1), 0);
     EXPECT_EQ(kvr_trap_send(ctx, "changed", 1, 2, "a", "1", "b", "2"), 0);
-    proto::Notify notification;
-    EXPECT_TRUE(decode(peer::read_message(agent).payload, &notification));
+    const auto notification = decoded<proto::Notify>(peer::read_message(agent));
     EXPECT_EQ(notification.values.at(0).value, make_number(ValueType::enum_value, 2));
-    proto::Trap trap;
-    EXPECT_TRUE(decode(peer::read_message(agent).payload, &trap));
+    const auto trap = decoded<proto::Trap>(peer::read_message(agent));
     EXPECT_EQ(trap.bindings, (std::vector{
                                  proto::Pair{"a", "1"},
                                  proto::Pair{"b", "2"}
     }));
-    EXPECT_TRUE(lines_so_far().empty()) << "the handler is still at it";
+    EXPECT_EQ(fakes::taken(), Events{}) << "the handler is still at it";
     release.set_value();
     EXPECT_EQ(peer::read_message(agent).id, 1U);
     EXPECT_EQ(peer::read_message(agent).id, 2U) << "what queued meanwhile, in order";
@@ -376,15 +297,13 @@ TEST_F(Registered, AnAgentThatDoesNotReadGetsWhatWasAcceptedAndNoMore)
         ASSERT_EQ(peer::read_message(agent).op, Op::trap) << i;
     }
     EXPECT_EQ(kvr_trap_send(ctx, "small", 1, 0), 0);
-    proto::Trap trap;
-    EXPECT_TRUE(decode(peer::read_message(agent).payload, &trap));
-    EXPECT_EQ(trap.name, "small");
+    EXPECT_EQ(decoded<proto::Trap>(peer::read_message(agent)).name, "small");
 }
 
 TEST_F(Registered, DeliveriesAreCountedOnceAcrossLostConnections)
 {
     const std::uint64_t instance = record.instance;
-    EXPECT_EQ(status(Op::deliver, delivery(8, 0)).status, 0);
+    EXPECT_EQ(deliver(delivery(8, 0)), 0);
     hold_handler();
     peer::send_message(agent, Op::deliver, 5, encode(delivery(8, 1)));
     peer::send_message(agent, Op::deliver, 6, encode(delivery(99, 0, 1)));
@@ -395,7 +314,6 @@ TEST_F(Registered, DeliveriesAreCountedOnceAcrossLostConnections)
     EXPECT_EQ(record.last_txid, 8U) << "operational changes do not count";
     EXPECT_EQ(record.last_done, 2U) << "the handler has returned, only its answer was lost";
     EXPECT_EQ(record.subscriptions.size(), 2U);
-    EXPECT_EQ(record.callpoints.size(), 1U);
     EXPECT_EQ(registrations, 1);
     peer::send_bytes(agent, "HTTP/1.1 400 Bad Request\r\n\r\n");
     EXPECT_TRUE(peer::sees_end(agent));
@@ -403,58 +321,39 @@ TEST_F(Registered, DeliveriesAreCountedOnceAcrossLostConnections)
     agent = peer::Handle(accept(listener.fd, nullptr, nullptr)); // hangs up before hello
     agent = peer::Handle();
     agent = accept_registration(listener, &record);
-    EXPECT_EQ(status(Op::deliver, delivery(8, 2)).status, 0);
-    EXPECT_EQ(lines_so_far(), (Lines{"c 3", "c 3", "o 3", "c 3"}));
+    EXPECT_EQ(deliver(delivery(8, 2)), 0);
+    EXPECT_EQ(fakes::taken(), (Events{"c 3", "c 3", "o 3", "c 3"}));
     EXPECT_EQ(kvr_trap_send(ctx, "heard", 1, 0), 0);
 }
 
-std::string read_text(tollan_ctx *ctx, const char *path)
+// A session with one read, and no value or this one.
+void serve_read(const peer::Handle &agent, const proto::Value *value)
 {
-    confd_value_t value;
-    if (tollan_read_val(ctx, path, &value) != 0) return "error " + std::to_string(confd_errno);
-    std::string text;
-    if (value.type == C_BUF) text = text_of(value);
-    if (value.type == C_LIST && value.val.list.size == 2) text = "list " + text_of(value.val.list.ptr[1]);
-    tollan_release_val(&value);
-    EXPECT_EQ(value.type, C_NOEXISTS);
-    return text;
-}
-
-void serve_read(const peer::Handle &agent, const proto::Value &value)
-{
-    proto::CdbStart session;
-    EXPECT_TRUE(decode(peer::serve_payload(agent, Op::cdb_start, {}).payload, &session));
+    const auto session = decoded<proto::CdbStart>(peer::serve_payload(agent, Op::cdb_start, {}));
     EXPECT_EQ(session.database, proto::Database::running);
-    if (value.type == proto::Value{}.type) {
-        peer::refuse(agent, proto::ErrorCode::not_exists, "/none", "no value");
-    } else {
-        peer::serve(agent, Op::cdb_get, proto::CdbValue{value});
-    }
+    if (value == nullptr) peer::refuse(agent, proto::ErrorCode::not_exists, "/none", "no value");
+    if (value != nullptr) peer::serve(agent, Op::cdb_get, proto::CdbValue{*value});
     peer::serve_payload(agent, Op::cdb_end, {});
 }
 
 TEST_F(Registered, ReadsFromInsideACallbackOverAConnectionOfItsOwn)
 {
-    Lines texts;
+    confd_value_t value = {};
     set_hook([&](tollan_ctx *owner) {
-        for (const char *path : {"/a", "/none", "/empty", "/list"}) {
-            texts.push_back(read_text(owner, path));
-        }
+        EXPECT_EQ(tollan_read_val(owner, "/none", &value), CONFD_ERR);
+        EXPECT_EQ(confd_errno, CONFD_ERR_NOEXISTS);
+        EXPECT_EQ(tollan_read_val(owner, "/list", &value), CONFD_OK);
     });
     peer::send_message(agent, Op::deliver, 1, encode(delivery(1, 0)));
-    {
-        const peer::Handle data = peer::greet(listener, proto::Role::data);
-        serve_read(data, make_text(ValueType::buf, "lan"));
-        serve_read(data, {});
-    } // the agent restarts
-    const peer::Handle data = peer::greet(listener, proto::Role::data);
-    serve_read(data, make_text(ValueType::buf, ""));
+    serve_read(peer::greet(listener, proto::Role::data), nullptr); // then the agent restarts
     proto::Value list = make_number(ValueType::list, 0);
-    list.list = {make_text(ValueType::buf, "one"), make_text(ValueType::buf, "two")};
-    serve_read(data, list);
+    list.list = {make_text(ValueType::buf, ""), make_text(ValueType::buf, "two")};
+    serve_read(peer::greet(listener, proto::Role::data), &list);
     EXPECT_EQ(peer::read_message(agent).id, 1U);
-    EXPECT_EQ(lines_so_far(), Lines{"c 3"});
-    EXPECT_EQ(texts, (Lines{"lan", "error " + std::to_string(CONFD_ERR_NOEXISTS), "", "list two"}));
+    ASSERT_EQ(value.val.list.size, 2U);
+    EXPECT_EQ(text_of(value.val.list.ptr[0]) + text_of(value.val.list.ptr[1]), "two");
+    tollan_release_val(&value);
+    EXPECT_EQ(value.type, C_NOEXISTS);
 }
 
 } // namespace

@@ -1,15 +1,10 @@
 // The interface table and every reader, over real files, devices and a real shell.
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include "core/base/globals.h"
 #include "fakes/files.h"
-#include "fakes/platform.h"
-#include "fakes/record.h"
 #include "show/click_address.h"
 #include "show/if_info.h"
 #include "show/if_map.h"
@@ -21,21 +16,14 @@ using fakes::write_file;
 
 TEST(InterfaceMap, ChecksKeysAndNames)
 {
-    g_logger_p = &g_logger;
-    fakes::reset();
-    EXPECT_TRUE(is_valid_if_port("0/0", gw_system_GigabitEthernet));
-    EXPECT_EQ(fakes::taken(), fakes::Events{"debug: interface port: 0/0, length: 3"});
-    EXPECT_TRUE(is_valid_if_port("0/1", gw_system_GigabitEthernet));
-    EXPECT_TRUE(is_valid_if_port("1/0", gw_system_Cellular) && is_valid_if_port("1/1", gw_system_Cellular));
-    for (const char *key : {"1/0", "2/0", "0/2", "0/", "0/00", "x0/0", "", static_cast<const char *>(nullptr)}) {
+    EXPECT_TRUE(is_valid_if_port("0/1", gw_system_GigabitEthernet) && is_valid_if_port("1/1", gw_system_Cellular));
+    for (const char *key : {"1/0", "0/2", "0/", "0/00", "x0/0", "", static_cast<const char *>(nullptr)})
         EXPECT_FALSE(is_valid_if_port(key, gw_system_GigabitEthernet));
-    }
-    EXPECT_FALSE(is_valid_if_port("0/0", gw_system_Cellular) || is_valid_if_port("0/0", 0x388cc84a));
+    EXPECT_FALSE(is_valid_if_port("0/0", 0x388cc84a));
     EXPECT_TRUE(is_valid_ifname("abcdefghijklmn_"));
-    for (const char *name : {"abcdefghijklmn_0", "", "eth0.1", "a b", "a;b"}) {
+    for (const char *name : {"abcdefghijklmn_0", "", "eth0.1", "a;b"})
         EXPECT_FALSE(is_valid_ifname(name));
-    }
-    EXPECT_TRUE(is_cell_1_0("cell_1_0") && is_cell_1_0("cell_1_01"));
+    EXPECT_TRUE(is_cell_1_0("cell_1_01"));
     EXPECT_FALSE(is_cell_1_0("cell_1_1") || is_cell_1_0("cell_1_"));
 }
 
@@ -54,43 +42,20 @@ TEST(InterfaceMap, GivesKeysTheirDevice)
     }
 }
 
-TEST(Readers, AskTheKernelAndLeaveNothingOpen)
+TEST(Readers, AnswerForDevicesThatAreNotThere)
 {
-    // Running while the other end is up.
-    ASSERT_EQ(system("ip link add a_name_that_is_ mtu 1400 address 02:11:22:33:44:55 type veth peer name other && "
-                     "ip link set other up && ip link set a_name_that_is_ up"),
-              0);
     const auto before = open_descriptors();
     std::uint8_t address[6] = {};
-    EXPECT_EQ(is_if_running("a_name_that_is_too_long"), 1);
-    EXPECT_EQ(get_if_hwaddr("a_name_that_is_", address), 1);
-    EXPECT_EQ(memcmp(address, "\x02\x11\x22\x33\x44\x55", 6), 0);
-    EXPECT_EQ(is_if_admin_up("a_name_that_is_"), 1);
-    EXPECT_EQ(get_if_mtu("a_name_that_is_"), 1400);
-    rlimit files{};
-    getrlimit(RLIMIT_NOFILE, &files);
-    const rlimit none = {0, files.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-    EXPECT_EQ(is_if_running("a_name_that_is_"), 0) << "without a socket";
-    EXPECT_EQ(get_if_hwaddr("a_name_that_is_", address), 0);
-    setrlimit(RLIMIT_NOFILE, &files);
-    ASSERT_EQ(system("ip link set other down && ip link set a_name_that_is_ down"), 0);
-    EXPECT_EQ(is_if_running("a_name_that_is_"), 0);
-    EXPECT_EQ(is_if_admin_up("a_name_that_is_"), 0);
-    EXPECT_EQ(is_if_running("absent"), 0);
-    EXPECT_EQ(get_if_hwaddr("absent", address), 0);
-    EXPECT_EQ(is_if_admin_up("absent"), 1);
-    EXPECT_EQ(get_if_mtu("absent"), -1);
+    EXPECT_TRUE(is_if_running("absent") == 0 && get_if_hwaddr("absent", address) == 0);
+    EXPECT_TRUE(is_if_admin_up("absent") == 1 && get_if_mtu("absent") == -1);
     EXPECT_TRUE(is_if_admin_up(nullptr) == 0 && get_if_mtu(nullptr) == 0);
-    const std::pair<const char *, long> numbers[] = {
-        {"0x1003\n", 0x1003},
-        {"1500\n",   1500  },
-        {"017",      15    },
-        {"up\n",     0     }
-    };
-    for (const auto &[line, number] : numbers) {
+    for (const auto &[line, number] : {
+             std::pair{"0x1003\n", 0x1003},
+             {"1500\n",   1500  },
+             {"017",      15    },
+             {"up\n",     0     }
+    })
         EXPECT_EQ(parse_sysfs_number(line), number);
-    }
     EXPECT_EQ(open_descriptors(), before);
 }
 
@@ -106,24 +71,19 @@ TEST(Readers, TakeTheLanAddressFromIfconfig)
 {
     char ip[16] = "old";
     char mask[16] = "old";
-    print_from_ifconfig("srcr2 Link encap:Ethernet\n inet addr:10.1.1.1  Bcast:10.1.1.255  Mask:255.255.255.0\n");
-    EXPECT_EQ(tarvo_read_ip_from_click("wired0_x", ip, mask, nullptr, nullptr), 0);
-    EXPECT_STREQ(ip, "10.1.1.1\n");
-    EXPECT_STREQ(mask, "255.255.255.0\n");
+    char small[4] = "old";
     print_from_ifconfig(" inet addr:192.168.100.100  Bcast:192.168.100.255  Mask:255.255.255.192\n");
     EXPECT_EQ(tarvo_read_ip_from_click("wired1_x", ip, mask, nullptr, nullptr), 0);
     EXPECT_STREQ(ip, "192.168.100.100");
     EXPECT_STREQ(mask, "255.255.255.192");
-    print_from_ifconfig("srcr2 Link encap:Ethernet\n");
-    EXPECT_EQ(tarvo_read_ip_from_click("wired0", ip, mask, nullptr, nullptr), 0);
-    EXPECT_STREQ(ip, "192.168.100.100") << "nothing was printed";
-    char small[4] = "old";
-    print_from_ifconfig(" inet addr:10.1.1.1  Bcast:10.1.1.255  Mask:255.255.255.0\n");
     read_ifconfig_ipaddr(nullptr, small, sizeof small);
     read_ifconfig_ipaddr("srcr2;srcr2", small, sizeof small);
     EXPECT_STREQ(small, "old");
     read_ifconfig_ipaddr("srcr2", small, sizeof small);
-    EXPECT_STREQ(small, "10.");
+    EXPECT_STREQ(small, "192");
+    print_from_ifconfig("srcr2 Link encap:Ethernet\n");
+    EXPECT_EQ(tarvo_read_ip_from_click("wired0", ip, mask, nullptr, nullptr), 0);
+    EXPECT_STREQ(ip, "192.168.100.100") << "nothing was printed";
 }
 
 TEST(Readers, TakeTheWanAddressFromTheDataPlane)
@@ -141,13 +101,11 @@ TEST(Readers, TakeTheWanAddressFromTheDataPlane)
     } const cases[] = {
         {"100.64.1.2\n", "255.255.255.252\n",    "true\n",  v6,  0, 64, "100.64.1.2", "255.255.255.252", "fe80::1"},
         {"100.64.1.2\n", "255.255.255.252\n",    "false\n", v6, -1, 0,  "100.64.1.2", "255.255.255.252", ""},
-        {"100.64.1.2\n", "255.255.255.252\n",    "",        v6, -1, 0,  "100.64.1.2", "255.255.255.252", ""},
         {"100.64.1.2\n", "255.255.255.252\n",    "true\n",  "", -1, 0,  "100.64.1.2", "255.255.255.252", ""},
         {"100.64.1.2\n", "",                     "t",       v6, -1, 64, "100.64.1.2", "old",             "fe80::1"},
         {"",             "255.0.0.0\n",          "t",       v6, -1, 64, "old",        "255.0.0.0",       "fe80::1"},
         {"\n",           "1234567890123456 x\n", "t",       long_ip6,  0, 64, "old",        "123456789012345", cut_ip6},
         {missing,        "255.0.0.0\n",          "t",       v6, -1, 0,  "old",        "old",             ""},
-        {"100.64.1.2\n", "255.0.0.0\n",          missing,   v6, -1, 0,  "old",        "old",             ""},
         {"100.64.1.2\n", "255.0.0.0\n",          "false",   missing,     -1, 0,  "old",        "old",             ""},
     };
     // clang-format on
@@ -171,30 +129,12 @@ TEST(Readers, TakeTheWanAddressFromTheDataPlane)
         EXPECT_EQ(ip6, c.ip6);
         EXPECT_EQ(plen, c.plen);
         EXPECT_EQ(tarvo_read_ip_from_click("cell_1_0", ip, mask, nullptr, nullptr), c.status);
+        EXPECT_EQ(tarvo_read_ip_from_click("cell_1_1", ip, mask, nullptr, nullptr), 0);
+        EXPECT_EQ(std::string(ip) + mask, "0.0.0.00.0.0.0");
     }
+    EXPECT_EQ(tarvo_read_ip_from_click(nullptr, nullptr, nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(tarvo_read_ip_from_click("srcr2", nullptr, nullptr, nullptr, nullptr), -1);
     EXPECT_EQ(open_descriptors(), before);
-}
-
-TEST(Readers, SayWhatTheyReadFromTheDataPlane)
-{
-    char ip[16];
-    char mask[16];
-    std::filesystem::remove_all("/click");
-    strcpy(click_routing_prefix, "/click/routing/");
-    write_file("/click/routing/wan0_arpq/ipaddr", "100.64.1.2\n");
-    write_file("/click/routing/wan0_arpq/mask", "255.0.0.0\n");
-    write_file("/click/routing/nds_wan/ip6addr", "fe80::1\n");
-    write_file("/click/srcr2_ll_nadv_bypass/active", "true\n");
-    fakes::reset();
-    EXPECT_EQ(tarvo_read_ip_from_click("cell_1_0", ip, mask, nullptr, nullptr), 0);
-    EXPECT_EQ(fakes::taken(),
-              (fakes::Events{"debug: ipaddr: 100.64.1.2\n, strlen: 11", "debug: subnet_mask: 255.0.0.0\n, strlen: 10",
-                             "error: tarvo_read_ip_from_click[#]: ip6addr: fe80::1\n, strlen: 8"}));
-    EXPECT_EQ(tarvo_read_ip_from_click("cell_1_1", ip, mask, nullptr, nullptr), 0);
-    EXPECT_STREQ(ip, "0.0.0.0");
-    EXPECT_STREQ(mask, "0.0.0.0");
-    EXPECT_EQ(tarvo_read_ip_from_click(nullptr, ip, mask, nullptr, nullptr), 0);
-    EXPECT_EQ(tarvo_read_ip_from_click("srcr2", ip, mask, nullptr, nullptr), -1);
 }
 
 } // namespace
