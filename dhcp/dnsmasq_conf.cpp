@@ -46,7 +46,7 @@ DnsmasqConf render_dnsmasq_conf(const DhcpPoolConf &pool, const char *second_dns
 void set_dnsmasq_conf(const DhcpPoolConf &pool)
 {
     log_trace(LOG_ERR, "set_dnsmasq_conf", "opening dhcp conf file"); // not a fault; operators look for it
-    const File file(fopen(conf_path, "we"));
+    File file(fopen(conf_path, "we"));
     if (!file) {
         log_trace(LOG_ERR, "set_dnsmasq_conf", "unable to open dhcp conf file");
         return;
@@ -54,4 +54,5 @@ void set_dnsmasq_conf(const DhcpPoolConf &pool)
     const DnsmasqConf conf = render_dnsmasq_conf(pool, ipsec_tunnel_corp_dns);
     log_settings(conf);
     fprintf(file.get(), "%s%s%s", conf.range, conf.dns_server, conf.router);
+    if (!close_written(file)) log_trace(LOG_ERR, "set_dnsmasq_conf", "unable to write dhcp conf file");
 }

@@ -66,7 +66,7 @@ void write_excluded_addresses(const AddrRange *ranges, int count)
     for (int i = 0; i < count; ++i) {
         write_range(file, ranges[i]);
     }
-    file.reset();
+    if (!close_written(file)) log_trace(LOG_ERR, name, "unable to write %s", excluded_path);
     reload_dnsmasq(LOG_ERR, name);
 }
 

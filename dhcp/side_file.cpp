@@ -26,13 +26,6 @@ void copy_other_lines(const File &from, const File &to, std::string_view key)
     }
 }
 
-// True when everything has left the process.
-bool close_written(File &file)
-{
-    const bool written = ferror(file.get()) == 0;
-    return fclose(file.release()) == 0 && written;
-}
-
 // Writes the new text of the file at `path` to `temporary`.
 bool write_temporary(const char *temporary, const char *path, std::string_view key, const char *new_line)
 {

@@ -14,6 +14,13 @@ struct CloseFile {
 };
 using File = std::unique_ptr<FILE, CloseFile>;
 
+// True when everything that was written has left the process; a full file system shows no earlier.
+inline bool close_written(File &file)
+{
+    const bool written = ferror(file.get()) == 0;
+    return fclose(file.release()) == 0 && written;
+}
+
 // Of popen(); releasing it waits for the command.
 struct ClosePipe {
     void operator()(FILE *pipe) const { pclose(pipe); }
