@@ -8,7 +8,7 @@ namespace agent {
 bool start_agent(Agent &agent, std::string *error)
 {
     const Options &options = agent.options;
-    agent.started = std::time(nullptr);
+    agent.started = std::chrono::steady_clock::now();
     agent.models = model::load(options.model_dir, error);
     if (!agent.models) return false;
     agent.loop = open_loop();

@@ -2,7 +2,7 @@
 #ifndef GW_AGENT_AGENT_H
 #define GW_AGENT_AGENT_H
 
-#include <ctime>
+#include <chrono>
 #include <map>
 #include <string>
 
@@ -34,7 +34,7 @@ struct Agent { // members end in reverse order: trees before the models, timers 
     Commits commits;
     Events events;
     Server server;
-    std::time_t started = 0;
+    std::chrono::steady_clock::time_point started;
 };
 
 // Loads models, configuration and the applications' state, then listens. False with *error set.

@@ -247,7 +247,7 @@ void on_accept(evconnlistener * /*listener*/, evutil_socket_t fd, sockaddr * /*a
     c.server = &server;
     c.info.id = server.last_id;
     c.info.name = "(no hello)";
-    c.info.since = std::time(nullptr);
+    c.info.since = std::chrono::steady_clock::now();
     c.bev.reset(bev);
     c.deadline = start_timer(*server.loop, std::chrono::seconds(proto::hello_seconds), [&c] { end(c, "no hello"); });
     bufferevent_setcb(bev, on_read, on_write, on_event, &c);

@@ -4,8 +4,8 @@
 #ifndef GW_AGENT_SERVER_H
 #define GW_AGENT_SERVER_H
 
+#include <chrono>
 #include <cstdint>
-#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
@@ -28,7 +28,7 @@ struct PeerInfo {
     proto::Role role = proto::Role::client;
     std::string name; // printable
     std::uint32_t pid = 0;
-    std::time_t since = 0;
+    std::chrono::steady_clock::time_point since;
     std::size_t queued = 0; // bytes not read yet
 };
 

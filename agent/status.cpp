@@ -22,6 +22,13 @@ const char *name_of(proto::Role role)
     return "?";
 }
 
+// By a clock that nobody sets.
+std::string seconds_since(std::chrono::steady_clock::time_point then)
+{
+    const auto passed = std::chrono::steady_clock::now() - then;
+    return std::to_string(std::chrono::duration_cast<std::chrono::seconds>(passed).count());
+}
+
 std::string resident_kib()
 {
     unsigned long kib = 0;
@@ -58,8 +65,7 @@ void add_peers(const Agent &agent, std::vector<proto::Pair> *pairs)
     for (const PeerInfo &peer : list) {
         pairs->push_back({"peer " + std::to_string(peer.id),
                           std::string(name_of(peer.role)) + " " + peer.name + "[" + std::to_string(peer.pid) + "], " +
-                              std::to_string(std::time(nullptr) - peer.since) + " s, " + std::to_string(peer.queued) +
-                              " bytes unread"});
+                              seconds_since(peer.since) + " s, " + std::to_string(peer.queued) + " bytes unread"});
     }
 }
 
@@ -80,7 +86,7 @@ void on_status(Agent &agent, Request request, std::string_view /*payload*/)
     proto::Pairs status;
     status.pairs = {
         {"version",         GW_VERSION                                          },
-        {"uptime",          std::to_string(std::time(nullptr) - agent.started)  },
+        {"uptime",          seconds_since(agent.started)                        },
         {"resident-kib",    resident_kib()                                      },
         {"transaction",     std::to_string(agent.store.running.stamp.txid)      },
         {"rollbacks",       std::to_string(agent.store.history.size())          },
