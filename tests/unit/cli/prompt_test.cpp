@@ -4,7 +4,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
-#include <filesystem>
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
@@ -39,7 +38,6 @@ void expect(int terminal, const std::string &wanted, std::string *text)
 // Types what the steps say into gwcli; gives its exit status after the last.
 int play(const FakeAgent &agent, const std::vector<Step> &steps)
 {
-    const std::string program = std::filesystem::read_symlink("/proc/self/exe").replace_filename("gwcli");
     const std::string port = std::to_string(agent.port);
     winsize size{40, 200, 0, 0};
     int terminal = -1;
@@ -47,7 +45,7 @@ int play(const FakeAgent &agent, const std::vector<Step> &steps)
     if (pid == 0) {
         setenv("TERM", "vt100", 1);
         setenv("HOME", testing::TempDir().c_str(), 1);
-        execl(program.c_str(), "gwcli", "--port", port.c_str(), nullptr);
+        execl(GW_CLI_EXE, "gwcli", "--port", port.c_str(), nullptr);
         _exit(127);
     }
     std::string text;
