@@ -91,9 +91,8 @@ TEST(Difference, CarriesTheChangedLeafInsideItsContainers)
     EXPECT_EQ(show(calls), "3 0 {5=0/0} ip( address( v4( ip:15=10.1.1.2 )v4 )address )ip; 3 1 {5=0/0}");
     EXPECT_EQ(calls[0].total, 2U);
     ASSERT_EQ(calls[0].values.size(), 7U);
-    EXPECT_EQ(calls[0].values[2].ns, system_ns);
-    EXPECT_EQ(calls[0].values[2].value, proto::make_tag(ValueType::xmlbegin, 0x1089ff91, system_ns));
-    EXPECT_EQ(calls[0].values[3].tag, 0x61fa2cdbU);
+    EXPECT_EQ(calls[0].values[2],
+              (proto::TagValue{0x1089ff91, system_ns, proto::make_tag(ValueType::xmlbegin, 0x1089ff91, system_ns)}));
 }
 
 TEST(Difference, FollowsWhatBecomesOfALeaf)
@@ -190,46 +189,6 @@ TEST(FirstDelivery, DeletesWhatIsGoneThenCreatesEverythingButDefaults)
     EXPECT_EQ(calls.back().total, 6U);
     EXPECT_TRUE(model::first_delivery(models(), daemon_rows(), nullptr, nullptr).empty());
     EXPECT_EQ(show(model::difference(models(), daemon_rows(), now.get(), nullptr)).substr(0, 4), "2 2;");
-}
-
-TEST(OperationalChange, ReportsOnlyTheEntryThatIsSubscribed)
-{
-    const auto rows = daemon_rows();
-    model::Tree tree;
-    // What an application's storing of this value delivers.
-    const auto put = [&](const std::string &path, const std::string &text) {
-        model::Tree before = model::duplicate(tree.get());
-        model::Target target;
-        std::string error;
-        EXPECT_TRUE(model::resolve(models(), path, {}, &target, &error)) << error;
-        EXPECT_TRUE(model::store(models(), &tree, target, text, &error)) << error;
-        EXPECT_TRUE(model::difference(models(), rows, before.get(), tree.get()).empty());
-        return show(model::operational_change(models(), rows, before.get(), tree.get()));
-    };
-    EXPECT_EQ(put("/cellular{2}/details/cellular-subnet-mask", "255.255.255.252"), "");
-    EXPECT_EQ(put("/cellular{2}/details/cellular-ipv4-address", "10.9.9.9"), "");
-    EXPECT_EQ(put("/led/status/lan", "1"), "");
-    EXPECT_EQ(put("/cellular{1}/details/cellular-ipv4-address", "10.9.9.8"), "1 7 cellular-ipv4-address:15=10.9.9.8");
-    EXPECT_EQ(put("/cellular{1}/details/cellular-ipv4-address", "10.9.9.7"), "3 7 cellular-ipv4-address:15=10.9.9.7");
-}
-
-TEST(Prepare, RefusesRowsThatCannotBeDelivered)
-{
-    const std::vector<proto::Subscription> bad = {
-        {"interface/GigabitEthernet/ip", system_ns,   0, 0x16, 0   }, // of which entry?
-        {"interface/GigabitEthernet[0]", system_ns,   0, 0x16, 0   },
-        {"system/passthrough/enabled",   system_ns,   0, 0x16, 0   },
-        {"snmp",                         system_ns,   0, 0x16, 0   }, // of another model
-        {"snmp",                         0x1234,      0, 0x16, 0   },
-        {"cellular{1}/details",          cellular_ns, 0, 0x16, 0   },
-        {"system/passthrough",           system_ns,   0, 0x16, 0x10},
-    };
-    for (const proto::Subscription &sub : bad) {
-        std::vector<model::Row> rows;
-        std::string error;
-        EXPECT_FALSE(model::prepare(models(), {sub}, &rows, &error)) << sub.path;
-        EXPECT_FALSE(error.empty());
-    }
 }
 
 TEST(Checks, AskForWhatIsCreatedOrChangesInSchemaOrder)

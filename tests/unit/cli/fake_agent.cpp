@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <netinet/in.h>
 #include <ostream>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include "cli/run.h"
 #include "fakes/protocol.h"
@@ -14,27 +11,17 @@ using fakes::decoded;
 
 namespace {
 
-void serve(FakeAgent *agent, int fd)
+void serve_all(FakeAgent *agent)
 {
-    std::string bytes;
-    char buffer[65536];
-    for (ssize_t got = 0; (got = recv(fd, buffer, sizeof buffer, 0)) > 0;) {
-        bytes.append(buffer, static_cast<std::size_t>(got));
-        proto::Frame frame;
-        std::size_t used = 0;
-        while (proto::next_frame(bytes, &frame, &used) == proto::Parse::complete) {
+    for (;;) {
+        const peer::Handle client(accept(agent->listener.fd, nullptr, nullptr));
+        if (client.fd < 0 && errno != EAGAIN) return;
+        while (const std::optional<peer::Message> message = peer::next_message(client)) {
             const std::lock_guard guard(agent->lock);
-            const std::optional<std::string> answer = agent->script(frame);
-            if (!answer || send(fd, answer->data(), answer->size(), MSG_NOSIGNAL) < 0) return;
-            bytes.erase(0, used);
+            const std::optional<std::string> answer = agent->script(*message);
+            if (!answer || send(client.fd, answer->data(), answer->size(), MSG_NOSIGNAL) < 0) break;
         }
     }
-}
-
-void accept_all(FakeAgent *agent)
-{
-    for (int fd = 0; (fd = accept(agent->listener, nullptr, nullptr)) >= 0; close(fd))
-        serve(agent, fd);
 }
 
 std::string joined(const proto::Words &words)
@@ -51,23 +38,18 @@ FakeAgent::FakeAgent(Script answers) : script(std::move(answers))
 {
     sockaddr_in address{};
     socklen_t size = sizeof address;
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    EXPECT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), size) | listen(listener, 4), 0);
-    getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
+    getsockname(listener.fd, reinterpret_cast<sockaddr *>(&address), &size);
     port = ntohs(address.sin_port);
-    thread = std::thread(accept_all, this);
+    thread = std::thread(serve_all, this);
 }
 
 FakeAgent::~FakeAgent()
 {
-    shutdown(listener, SHUT_RDWR);
+    shutdown(listener.fd, SHUT_RDWR);
     thread.join();
-    close(listener);
 }
 
-std::optional<std::string> Gateway::operator()(const proto::Frame &frame)
+std::optional<std::string> Gateway::operator()(const peer::Message &frame)
 {
     const auto refusal = [&](proto::ErrorCode code, Text path, Text text) {
         return proto::make_frame(proto::Op::error, frame.id, proto::encode(proto::Error{code, path, text}));

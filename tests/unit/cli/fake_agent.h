@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "protocol/client.h"
-#include "protocol/frame.h"
+#include "unit/platform/peer.h"
 
-// The bytes that answer a frame; none: the agent closes the connection.
-using Script = std::function<std::optional<std::string>(const proto::Frame &)>;
+// The bytes that answer a message; none: the agent closes the connection.
+using Script = std::function<std::optional<std::string>(const peer::Message &)>;
 
 struct FakeAgent {
     explicit FakeAgent(Script answers);
@@ -23,7 +23,7 @@ struct FakeAgent {
 
     Script script; // runs with the lock held, which run_gwcli() takes before and after
     mutable std::mutex lock;
-    int listener = -1;
+    peer::Handle listener = peer::listen_here(0);
     std::uint16_t port = 0;
     std::thread thread;
 };
@@ -35,7 +35,7 @@ struct Gateway {
     std::vector<proto::Remark> warnings; // a commit brings one at a time until all are accepted
     std::string refuse_commit;           // why
 
-    std::optional<std::string> operator()(const proto::Frame &frame);
+    std::optional<std::string> operator()(const peer::Message &frame);
 };
 
 struct Ran {

@@ -201,7 +201,7 @@ TEST(Link, TellsWhatTheAgentDidWrong)
     Gateway gateway;
     proto::Op wrong{};
     std::optional<std::string> bytes;
-    const FakeAgent agent([&](const proto::Frame &frame) { return frame.op == wrong ? bytes : gateway(frame); });
+    const FakeAgent agent([&](const peer::Message &frame) { return frame.op == wrong ? bytes : gateway(frame); });
     // The hello is request 1 of a connection.
     const auto reply = [](std::uint32_t id, const std::string &payload) {
         return proto::make_frame(proto::Op::reply, id, payload);

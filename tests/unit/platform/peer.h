@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -40,46 +41,48 @@ struct Message {
 };
 
 // The agent's address, port and all: each test process has a loopback of its own.
-inline sockaddr_in address()
+inline sockaddr_in address(std::uint16_t port = proto::default_port)
 {
     sockaddr_in out = {};
     out.sin_family = AF_INET;
-    out.sin_port = htons(proto::default_port);
+    out.sin_port = htons(port);
     out.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     return out;
 }
 
-inline Handle listen_here()
+inline Handle listen_here(std::uint16_t port = proto::default_port)
 {
     Handle listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const int on = 1;
     const timeval patience = {5, 0}; // connections inherit it
     setsockopt(listener.fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     setsockopt(listener.fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-    const sockaddr_in here = address();
+    const sockaddr_in here = address(port);
     EXPECT_EQ(bind(listener.fd, reinterpret_cast<const sockaddr *>(&here), sizeof here), 0);
     EXPECT_EQ(listen(listener.fd, 8), 0);
     return listener;
 }
 
-inline std::string read_exactly(const Handle &connection, std::size_t size)
+// The next message, or nothing when the connection has ended.
+inline std::optional<Message> next_message(const Handle &connection)
 {
-    std::string bytes(size, '\0');
-    const ssize_t got = recv(connection.fd, bytes.data(), size, MSG_WAITALL);
-    EXPECT_EQ(got, static_cast<ssize_t>(size)) << "the connection ended or nothing came";
-    return bytes;
+    std::uint32_t size = 0;
+    if (recv(connection.fd, &size, sizeof size, MSG_WAITALL) != sizeof size) return {};
+    std::string bytes(sizeof size + ntohl(size), '\0');
+    bytes.replace(0, sizeof size, reinterpret_cast<const char *>(&size), sizeof size);
+    const auto rest = static_cast<ssize_t>(bytes.size() - sizeof size);
+    if (recv(connection.fd, bytes.data() + sizeof size, bytes.size() - sizeof size, MSG_WAITALL) != rest) return {};
+    proto::Frame frame;
+    std::size_t used = 0;
+    EXPECT_EQ(proto::next_frame(bytes, &frame, &used), proto::Parse::complete);
+    return Message{frame.op, frame.id, std::string(frame.payload)};
 }
 
 inline Message read_message(const Handle &connection)
 {
-    std::string bytes = read_exactly(connection, proto::length_bytes);
-    std::uint32_t size = 0;
-    bytes.copy(reinterpret_cast<char *>(&size), sizeof size);
-    bytes += read_exactly(connection, ntohl(size));
-    proto::Frame frame;
-    std::size_t used = 0;
-    EXPECT_EQ(proto::next_frame(bytes, &frame, &used), proto::Parse::complete);
-    return {frame.op, frame.id, std::string(frame.payload)};
+    const std::optional<Message> message = next_message(connection);
+    EXPECT_TRUE(message) << "the connection ended or nothing came";
+    return message.value_or(Message{});
 }
 
 inline bool sees_end(const Handle &connection)
