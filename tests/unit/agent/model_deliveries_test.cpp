@@ -16,10 +16,18 @@ constexpr std::uint32_t system_ns = 0x6b64eac0;
 constexpr std::uint32_t snmp_ns = 0x51c03854;
 constexpr std::uint32_t cellular_ns = 0x0c7acb07;
 
+std::vector<model::Row> prepared(const std::vector<proto::Subscription> &subscriptions)
+{
+    std::vector<model::Row> rows;
+    std::string error;
+    EXPECT_TRUE(model::prepare(models(), subscriptions, &rows, &error)) << error;
+    return rows;
+}
+
 // The interface manager's own subscriptions, in its order.
 std::vector<model::Row> daemon_rows()
 {
-    const std::vector<proto::Subscription> subscriptions = {
+    return prepared({
         {"interface/GigabitEthernet",                       system_ns,   1, 0x16, 0   },
         {"interface",                                       system_ns,   1, 0x10, 0   },
         {"ip/dhcp/pool",                                    system_ns,   0, 0x16, 0   },
@@ -31,11 +39,7 @@ std::vector<model::Row> daemon_rows()
         {"ip/nat/inside/source/static/tcp-udp-list",        system_ns,   3, 0x16, 0   },
         {"gw-snmp:snmp/trap/target",                        snmp_ns,     2, 0x06, 0   },
         {"gw-snmp:snmp",                                    snmp_ns,     0, 0x06, 0   },
-    };
-    std::vector<model::Row> rows;
-    std::string error;
-    EXPECT_TRUE(model::prepare(models(), subscriptions, &rows, &error)) << error;
-    return rows;
+    });
 }
 
 std::string show(const Value &value)
@@ -159,13 +163,10 @@ TEST(Difference, TakesRowsByPriorityThenByTable)
 
 TEST(Difference, PutsListsWithoutTheirOwnRowIntoTheCall)
 {
-    const std::vector<proto::Subscription> subscriptions = {
+    const auto rows = prepared({
         {"ip/dhcp",                        system_ns, 0, 0x16, 0},
         {"interface/GigabitEthernet{0/1}", system_ns, 0, 0x16, 0},
-    };
-    std::vector<model::Row> rows;
-    std::string error;
-    ASSERT_TRUE(model::prepare(models(), subscriptions, &rows, &error));
+    });
     const model::Tree before = config("");
     const std::string entry = "ip dhcp pool mac-binding 02:11:22:33:44:55";
     const model::Tree after =
@@ -212,13 +213,11 @@ validate_interface /interface/Cellular{1/0}/port 5=1/0
 
     const model::Tree range =
         config("ip dhcp excluded-address excluded-address-range 10.0.23.7 high-address 10.0.23.9");
-    const auto checks = model::checks(models(), config("").get(), range.get());
-    ASSERT_EQ(checks.size(), 1U);
-    ASSERT_EQ(checks[0].wire_path.size(), 6U);
-    EXPECT_EQ(checks[0].wire_path[0].tag, 0x41a4ae0aU);
-    ASSERT_TRUE(checks[0].wire_path[1].is_keys);
-    EXPECT_EQ(show(checks[0].wire_path[1].keys[0]), "15=10.0.23.7");
-    EXPECT_EQ(checks[0].wire_path[5].ns, system_ns);
+    const auto path = model::checks(models(), config("").get(), range.get()).at(0).wire_path;
+    ASSERT_EQ(path.size(), 6U);
+    EXPECT_EQ(path[0].tag, 0x41a4ae0aU);
+    EXPECT_EQ(show(path[1].keys.at(0)), "15=10.0.23.7");
+    EXPECT_EQ(path[5].ns, system_ns);
 }
 
 } // namespace

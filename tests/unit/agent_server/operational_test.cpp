@@ -13,42 +13,22 @@ using proto::ValueType;
 
 namespace {
 
-constexpr std::uint32_t tag_index = 0x71d6142a;
-constexpr std::uint32_t tag_name = 0x61857538;
-constexpr std::uint32_t tag_mtu = 0x1cb4aedf;
-constexpr std::uint32_t tag_mac = 0x1c4b7396;
-
-DataReply object(std::vector<proto::TagValue> values, DataKind kind = DataKind::object)
+DataReply said(DataKind kind, std::vector<proto::TagValue> values = {}, const proto::Value &value = {})
 {
-    DataReply reply;
-    reply.kind = kind;
-    reply.values = std::move(values);
-    return reply;
+    return {kind, value, -1, {}, std::move(values), ""};
 }
 
 DataReply if_row(std::int64_t index, DataKind kind = DataKind::next_object)
 {
-    if (index > 2) return object({}, kind);
-    return object(
-        {
-            {tag_mtu,   0, proto::make_number(ValueType::uint32, 1500)      }, // in no order of the model
-            {tag_index, 0, proto::make_number(ValueType::int32,  index)     },
-            {tag_name,  0, proto::make_text(ValueType::str,      "port\x01")}
-    },
-        kind);
-}
-
-DataReply value(const proto::Value &v)
-{
-    DataReply reply;
-    reply.kind = DataKind::value;
-    reply.value = v;
-    return reply;
+    if (index > 2) return said(kind);
+    const proto::TagValue mtu{0x1cb4aedf, 0, proto::make_number(ValueType::uint32, 1500)};
+    const proto::TagValue number{0x71d6142a, 0, proto::make_number(ValueType::int32, index)};
+    const proto::TagValue name{0x61857538, 0, proto::make_text(ValueType::str, "port\x01")};
+    return said(kind, {mtu, number, name}); // in no order of the model
 }
 
 struct OperationalTest : AgentTest {
     std::vector<DataCall> calls; // that came
-    std::vector<proto::TreeNode> nodes;
 
     void provide(const std::function<DataReply(const proto::CallData &)> &provider)
     {
@@ -64,16 +44,14 @@ struct OperationalTest : AgentTest {
         calls.clear();
         const Message message = ask(client, Op::get, proto::Get{proto::Source::operational, false, words(line)});
         if (message.op != Op::reply) return "error";
-        nodes = decoded<proto::Tree>(message).nodes;
         std::string out;
-        for (const proto::TreeNode &node : nodes) {
-            if (node.kind == NodeKind::end) {
-                out += ") ";
-            } else if (node.kind == NodeKind::leaf) {
+        for (const proto::TreeNode &node : decoded<proto::Tree>(message).nodes) {
+            if (node.kind == NodeKind::leaf)
                 out += (node.is_key ? "*" : "") + node.name + "=" + node.text + " ";
-            } else {
-                out += (node.kind == NodeKind::error_mark ? "!" + node.name + " " : node.name + "(");
-            }
+            else if (node.kind == NodeKind::end)
+                out += ") ";
+            else
+                out += node.kind == NodeKind::error_mark ? "!" + node.name + " " : node.name + "(";
         }
         return out;
     }
@@ -105,49 +83,14 @@ TEST_F(OperationalTest, AnObjectListGoesOnWithFindNextWhereNextIsMinusOne)
     EXPECT_EQ(read("/if-mib/ifEntry{3}"), "error") << "there is no such entry";
 }
 
-TEST_F(OperationalTest, ATableOfElementsIsReadLeafByLeaf)
-{
-    provide([](const proto::CallData &call) {
-        DataReply reply;
-        if (call.call == DataCall::get_next) {
-            reply.kind = DataKind::next_key;
-            if (call.next < 1) {
-                reply.next = call.next + 2;
-                reply.keys = {proto::make_number(ValueType::uint32, 0),
-                              proto::make_text(ValueType::str, "Cellular 1/0"),
-                              proto::make_number(ValueType::enum_value, 0)};
-            }
-            return reply;
-        }
-        EXPECT_EQ(call.path.at(1).keys.size(), 3U) << "get_elem has the keys in the second place";
-        const std::uint32_t tag = call.path.at(0).tag;
-        if (tag == 0x68651712) return value(proto::make_number(ValueType::uint32, 1428));
-        if (tag == 0x3ebf7e06) return value(proto::make_number(ValueType::enum_value, 2));
-        if (tag == 0x4b174187) return value(proto::make_text(ValueType::str, "seven")); // if-index
-        if (tag != 0x5b8941a1) return reply;
-        reply.kind = DataKind::failed;
-        reply.text = "no description";
-        return reply;
-    });
-    const std::string keys = "gw-oper:interface-table(entry(*vpn-id=0 *if-name=Cellular 1/0 *af-type=ipv4 ";
-    const std::string row = keys + "!if-desc !if-index if-mtu=1428 duplex=unknown ) ) ";
-    EXPECT_EQ(read("/interface-table/entry"), row);
-    EXPECT_EQ(nodes.at(5).text, "no description");
-    EXPECT_EQ(read("/interface-table/entry{0 \"Cellular 1/0\" ipv4}"), row);
-    EXPECT_EQ(read("/interface-table/entry{0 \"Cellular 1/0\" ipv4}/if-mtu"), keys + "if-mtu=1428 ) ) ");
-    EXPECT_EQ(calls, std::vector<DataCall>{DataCall::get_elem});
-}
-
 TEST_F(OperationalTest, ProvidersThatGoWrongLeaveMarks)
 {
     proto::Value address;
     ASSERT_TRUE(proto::from_text(ValueType::ipv4, "10.0.23.7", &address));
+    const proto::TagValue unknown{0x12345678, 0, address};
+    const proto::TagValue mac{0x1c4b7396, 0, proto::make_text(ValueType::str, "02:00")};
     provide([&](const proto::CallData &call) { // never ends, and knows tags that nobody knows
-        DataReply reply = object({
-            {0x12345678, 0,                               address },
-            { tag_mac,         0, proto::make_text(ValueType::str, "02:00")}
-        });
-        if (call.call == DataCall::get_next) reply.kind = DataKind::next_key;
+        DataReply reply = said(call.call == DataCall::get_next ? DataKind::next_key : DataKind::object, {unknown, mac});
         reply.next = 1;
         reply.keys = {address};
         return reply;
@@ -156,7 +99,7 @@ TEST_F(OperationalTest, ProvidersThatGoWrongLeaveMarks)
     EXPECT_EQ(read("/dhcp-server/binding"), entry + "!binding ) ");
     EXPECT_EQ(read("/dhcp-server/binding{10.0.23.7}"), entry + ") ");
     EXPECT_EQ(calls.front(), DataCall::get_next) << "the provider serves entries of its last walk";
-    provide([](const proto::CallData &) { return value({}); });
+    provide([](const proto::CallData &) { return said(DataKind::value); });
     EXPECT_EQ(read("/dhcp-server"), "gw-oper:dhcp-server(!binding pool-statistics(!pool-statistics ) ) ");
     EXPECT_EQ(read("/interface-table/entry[0]"), "error") << "positions mean nothing to a provider";
 }
@@ -165,7 +108,7 @@ TEST_F(OperationalTest, AWholeReadIsPartialWhenProvidersAreMissing)
 {
     provide([](const proto::CallData &call) {
         if (call.callpoint != "if-mib-interfaces") return DataReply{};
-        return value(proto::make_number(ValueType::int32, 2));
+        return said(DataKind::value, {}, proto::make_number(ValueType::int32, 2));
     });
     const std::string all = read("");
     EXPECT_NE(all.find("gw-oper:if-mib(interfaces(ifNumber=2 ) )"), std::string::npos) << all;
@@ -182,7 +125,7 @@ TEST_F(OperationalTest, AProviderThatLeavesFailsTheReadAtOnce)
     EXPECT_EQ(value_of(client, "snmp disable"), "true") << "reads of configuration do not wait";
     hang_up(app.peer); // which has not answered
     const Message answer = await(client, [id](const Message &m) { return m.id == id; });
-    nodes = decoded<proto::Tree>(answer).nodes;
+    const auto nodes = decoded<proto::Tree>(answer).nodes;
     ASSERT_EQ(nodes.size(), 5U);
     EXPECT_EQ(nodes[2].kind, NodeKind::error_mark);
     EXPECT_EQ(nodes[2].text, "the application has disconnected") << "and not for want of time";
@@ -199,15 +142,14 @@ TEST_F(OperationalTest, ActionsNotificationsAndTraps)
         return decoded<proto::Event>(await(peer, [](const Message &m) { return m.op == Op::event; }));
     };
     ask(client, Op::watch, proto::Watch{proto::watch_notifications | proto::watch_traps});
-    constexpr std::uint32_t changed = 2051227091;
-    constexpr std::uint32_t ns = 0x6b64eac0;
+    constexpr std::uint32_t changed = 2051227091, ns = 0x6b64eac0;
     const proto::TagValue begin{changed, ns, proto::make_tag(ValueType::xmlbegin, changed, ns)};
     const proto::TagValue severity{418582328, 0, proto::make_number(ValueType::enum_value, 2)};
     const proto::TagValue end{changed, ns, proto::make_tag(ValueType::xmlend, changed, ns)};
     send(app.peer, Op::notify, proto::Notify{{severity}}); // of no notification: dropped
     send(app.peer, Op::notify,
          proto::Notify{
-             {begin, severity, end}
+             std::vector{begin, severity, end}
     });
     const proto::Event event = event_of(client);
     EXPECT_EQ(event.name, "dhcp-config-change");

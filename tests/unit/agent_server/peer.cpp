@@ -67,8 +67,7 @@ void answer(Application &app, const Message &message)
     if (!payload.empty()) send_bytes(app.peer, proto::make_frame(proto::Op::reply, message.id, payload));
 }
 
-// Lets the application answer and waits for input of either. False when the peer has been closed; *quiet when nothing
-// came.
+// Lets the application answer and waits for input of either. False when the peer has been closed; *quiet: nothing came.
 bool pump(Peer *peer, Application *app, int ms, bool *quiet = nullptr)
 {
     while (app != nullptr && !app->peer.messages.empty()) {

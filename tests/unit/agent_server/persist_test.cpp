@@ -10,34 +10,23 @@
 
 using agent::Document;
 
-TEST(Trailer, GivesBackWhatWasWritten)
+TEST(Trailer, GivesBackWhatWasWrittenUnlessAByteIsMissingOrChanged)
 {
     const Document document{
         {7, 1795380077, "one\nline hash=1"},
-        "{\"a\": 1}\n#gw length=3"
+        "{\"a\": [1, 2]}\n#gw length=3"
     };
+    const std::string whole = agent::with_trailer(document);
     Document read;
     std::string why;
-    ASSERT_TRUE(agent::split_trailer(agent::with_trailer(document), &read, &why)) << why;
+    ASSERT_TRUE(agent::split_trailer(whole, &read, &why)) << why;
     EXPECT_EQ(read.text, document.text);
-    EXPECT_EQ(read.stamp.txid, 7U);
-    EXPECT_EQ(read.stamp.time, 1795380077);
-    EXPECT_EQ(read.stamp.comment, "one\\x0aline hash=1");
-}
-
-TEST(Trailer, EveryCutAndEveryChangedByteIsNoticed)
-{
-    const std::string whole = agent::with_trailer({
-        {1, 2, "c"},
-        "{\"a\": [1, 2, 3]}"
-    });
-    Document read;
-    std::string why;
+    EXPECT_TRUE(read.stamp.txid == 7 && read.stamp.time == 1795380077 && read.stamp.comment == "one\\x0aline hash=1");
     for (std::size_t i = 0; i < whole.size(); i++) {
-        EXPECT_FALSE(agent::split_trailer(whole.substr(0, i), &read, &why)) << "cut at " << i;
         std::string changed = whole;
         changed[i] = static_cast<char>(changed[i] ^ 1);
         EXPECT_FALSE(agent::split_trailer(changed, &read, &why)) << "changed at " << i;
+        EXPECT_FALSE(agent::split_trailer(whole.substr(0, i), &read, &why)) << "cut at " << i;
         EXPECT_FALSE(why.empty());
     }
 }

@@ -180,7 +180,6 @@ TEST(Usage, EndsWithTwoAndSaysWhatWouldBeAccepted)
         {"conf\ncommit soon",            "2: commit: unknown word 'soon'; expected confirmed or comment"              },
         {"watch --jason",                "1: unknown option --jason; --help lists them"                               },
         {"watch --json=1",               "1: --json takes no value"                                                   },
-        {"watch --count=0",              "1: --count takes a number from 1, not '0'"                                  },
         {"watch --port=70000",           "1: --port takes a number from 1 to 65535, not '70000'"                      },
         {"sh ip",                        "1: incomplete command 'sh ip'; expected dhcp or nat"                        },
         {"conf\nrollback 0",             "2: rollback takes a number from 1, see 'rollback list'"                     },

@@ -38,9 +38,8 @@ void run_and_check(Trial &trial)
 
 void work(Trial &trial)
 {
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < 60; ++i)
         run_and_check(trial);
-    }
     for (int i = 0; i < 10; ++i) {
         const auto start = Clock::now();
         wait_milliseconds(40);
@@ -107,9 +106,8 @@ std::string run_daemon(bool detached)
 
 TEST(Reaper, LeavesTheCommandsOfAllThreadsAlone)
 {
-    for (const bool detached : {false, true}) {
+    for (const bool detached : {false, true})
         EXPECT_EQ(run_daemon(detached), "status 0, lost 0, cut 0, reaped, handled") << detached;
-    }
 }
 
 TEST(Reaper, SaysHowAChildEndedAndNothingWithoutOne)

@@ -71,9 +71,8 @@ TEST(ExecuteOutput, AndTheReaperLeaveEachOthersChildrenAlone)
 TEST(Link, DevicesOfThisHost)
 {
     EXPECT_EQ(zel_link_check("lo"), 0);
-    for (const char *missing : {"", "absent0", "a-name-of-16-chr", "lo:1"}) {
+    for (const char *missing : {"", "absent0", "a-name-of-16-chr", "lo:1"})
         EXPECT_EQ(zel_link_check(missing), 2) << missing;
-    }
     alignas(LinkInfo) unsigned char room[LINK_INFO_STORAGE];
     auto *info = reinterpret_cast<LinkInfo *>(room);
     EXPECT_NE(zel_link_get("absent0", info), 0);

@@ -58,12 +58,10 @@ int on_change(tollan_change_ctx *ctx, int op, int num_keys, confd_value_t *keys,
               confd_tag_value_t *values)
 {
     std::string line = {table_row, ' ', static_cast<char>('0' + op)};
-    for (int i = 0; i < num_keys; i++) {
+    for (int i = 0; i < num_keys; i++)
         line += " [" + text_of(keys[i]) + "]";
-    }
-    for (int i = 0; i < num_values; i++) {
+    for (int i = 0; i < num_values; i++)
         line += " " + std::to_string(values[i].tag.tag) + "=" + text_of(values[i].v);
-    }
     run_hook(ctx->handle);
     fakes::record(line);
     return num_keys > 1 ? 5 : 0;
@@ -289,13 +287,11 @@ TEST_F(Registered, AnAgentThatDoesNotReadGetsWhatWasAcceptedAndNoMore)
 {
     const std::string text(60000, 'x');
     int accepted = 0;
-    while (accepted < 1000 && kvr_trap_send(ctx, "big", 1, 1, "a", text.c_str()) == 0) {
+    while (accepted < 1000 && kvr_trap_send(ctx, "big", 1, 1, "a", text.c_str()) == 0)
         accepted++;
-    }
     EXPECT_LT(accepted, 1000) << "memory without end";
-    for (int i = 0; i < accepted; i++) {
+    for (int i = 0; i < accepted; i++)
         ASSERT_EQ(peer::read_message(agent).op, Op::trap) << i;
-    }
     EXPECT_EQ(kvr_trap_send(ctx, "small", 1, 0), 0);
     EXPECT_EQ(decoded<proto::Trap>(peer::read_message(agent)).name, "small");
 }

@@ -44,9 +44,8 @@ std::vector<proto::Value> one_of_each()
         std::int64_t limits[2] = {};
         const auto type = static_cast<ValueType>(number);
         if (!proto::is_number(type, &limits[0], &limits[1])) continue;
-        for (const std::int64_t limit : limits) {
+        for (const std::int64_t limit : limits)
             all.push_back(make_number(type, limit));
-        }
     }
     return all;
 }
@@ -72,17 +71,15 @@ TEST(Values, WhatCannotTravelIsRefused)
     inner.type = C_LIST;
     confd_value_t bad[6] = {};
     const confd_vtype types[] = {C_STR, C_BUF, C_IPV4PREFIX, C_LIST, C_LIST, static_cast<confd_vtype>(1)};
-    for (int i = 0; i < 6; i++) {
+    for (int i = 0; i < 6; i++)
         bad[i].type = types[i];
-    }
     bad[1].val.buf.size = 1;
     bad[2].val.ipv4prefix.len = 33;
     bad[3].val.list = {&inner, 1};
     bad[4].val.list.size = 2;
     proto::Value value;
-    for (int i = 0; i < 6; i++) {
+    for (int i = 0; i < 6; i++)
         EXPECT_FALSE(confd::from_c(bad[i], &value)) << "row " << i;
-    }
     std::vector<proto::Value> out;
     EXPECT_FALSE(confd::from_c(bad, -1, &out));
     EXPECT_FALSE(confd::from_c(static_cast<confd_value_t *>(nullptr), 1, &out));

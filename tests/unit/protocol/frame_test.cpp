@@ -25,9 +25,8 @@ TEST(Frame, ComesOutOfAStreamCutAnywhere)
     Frame frame;
     std::size_t used = 0;
     const std::size_t first = length_bytes + header_bytes + 5;
-    for (std::size_t n = 0; n < first; n++) {
+    for (std::size_t n = 0; n < first; n++)
         EXPECT_EQ(next_frame(std::string_view(stream).substr(0, n), &frame, &used), Parse::incomplete) << n;
-    }
     ASSERT_EQ(next_frame(stream, &frame, &used), Parse::complete);
     EXPECT_EQ(frame.payload, "first");
     ASSERT_EQ(next_frame(std::string_view(stream).substr(used), &frame, &used), Parse::complete);

@@ -15,9 +15,8 @@ template <typename Record> void expect_exact(const Record &record)
     Record back;
     ASSERT_TRUE(decode(payload, &back));
     EXPECT_EQ(encode(back), payload);
-    for (std::size_t n = 0; n < payload.size(); n++) {
+    for (std::size_t n = 0; n < payload.size(); n++)
         EXPECT_FALSE(decode(std::string_view(payload).substr(0, n), &back)) << "cut to " << n;
-    }
     EXPECT_FALSE(decode(payload + '\0', &back));
 }
 
