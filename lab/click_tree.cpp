@@ -24,11 +24,17 @@ std::string unescape(std::string_view text)
     return out;
 }
 
+// No name in it is empty.
+bool is_path(std::string_view text)
+{
+    return text.starts_with('/') && !text.ends_with('/') && text.find("//") == std::string_view::npos;
+}
+
 bool parse_line(std::string_view line, ClickTree &tree)
 {
     const auto mode = next_word(line);
     const auto path = next_word(line);
-    if (mode.find_first_not_of("rw") != std::string_view::npos || path.size() < 2 || path.front() != '/') {
+    if (mode.find_first_not_of("rw") != std::string_view::npos || !is_path(path)) {
         return false;
     }
     const auto start = line.find_first_not_of(' ');
