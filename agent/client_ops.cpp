@@ -12,8 +12,6 @@ namespace agent {
 
 namespace {
 
-constexpr std::uint32_t longest_confirmation = 24 * 60 * 60; // seconds
-
 bool is_config(const lysc_node *node)
 {
     return node == nullptr || (node->flags & LYS_CONFIG_W) != 0;

@@ -20,6 +20,8 @@
 
 namespace agent {
 
+inline constexpr std::uint32_t longest_confirmation = 24 * 60 * 60; // seconds
+
 struct CommitJob {
     Request request;
     bool validate_only = false;

@@ -105,9 +105,12 @@ void resume_unconfirmed(Agent &agent)
         forget_unconfirmed(agent);
         return;
     }
-    // The clock may have been set meanwhile: never more than the whole time, and none left when it has run back.
-    const std::int64_t passed = std::time(nullptr) - document.stamp.time;
-    const std::int64_t left = passed < 0 ? 0 : std::max<std::int64_t>(seconds - passed, 0);
+    // The clock may have been set meanwhile: never more than the whole time, and none left when it has run back. The
+    // file may say any number.
+    const std::int64_t whole = std::clamp<std::int64_t>(seconds, 0, longest_confirmation);
+    const std::int64_t now = std::time(nullptr);
+    const bool is_over = document.stamp.time > now || document.stamp.time < now - whole;
+    const std::int64_t left = is_over ? 0 : whole - (now - document.stamp.time);
     log(LOG_NOTICE, "transaction %llu still waits for its confirmation",
         static_cast<unsigned long long>(document.stamp.txid));
     hold_unconfirmed(agent, previous);
