@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -17,19 +18,22 @@ namespace agent {
 namespace {
 
 constexpr const char *running_name = "running.json";
+constexpr std::uint64_t greatest_txid = INT64_MAX;
 
 bool ends_with(const std::string &text, const std::string &end)
 {
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-// The N of "config.N.json", and of any other name that ends in ".N.json"; 0 for others.
+// The N of "config.N.json", and of any other name that ends in ".N.json"; 0 for others, also for a number that no agent
+// has counted to: the next one could be 0, which is none.
 std::uint64_t number_in(const std::string &name)
 {
     const std::size_t end = name.rfind(".json");
     if (end == std::string::npos || end == 0 || !ends_with(name, ".json")) return 0;
     const std::size_t dot = name.rfind('.', end - 1);
-    return dot == std::string::npos ? 0 : strtoull(name.c_str() + dot + 1, nullptr, 10);
+    const std::uint64_t number = dot == std::string::npos ? 0 : strtoull(name.c_str() + dot + 1, nullptr, 10);
+    return number > greatest_txid ? 0 : number;
 }
 
 bool is_version(const std::string &name)
@@ -55,6 +59,7 @@ void drop_unfinished(const std::string &dir)
 // Versions on disk, newest first. Those above `running` were on their way when the agent ended: they never ran.
 void read_history(Datastore &store, std::uint64_t running)
 {
+    store.last_txid = running; // its own file may be gone
     for (const std::string &name : list_files(store.dir)) {
         store.last_txid = std::max(store.last_txid, number_in(name));
         if (!is_version(name)) continue;
