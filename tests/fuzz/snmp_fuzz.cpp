@@ -1,24 +1,42 @@
-// Texts that gw-snmp makes objects of, and the file that holds its engine.
+// What gw-snmp makes objects and traps of: the agent's trees and events, any text in any column, and the file that
+// holds its engine.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 
 #include "snmp/columns.h"
+#include "snmp/config.h"
 #include "snmp/engine.h"
 #include "snmp/snapshot.h"
+#include "snmp/trap_message.h"
 
 using proto::NodeKind;
 using proto::ValueType;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+namespace {
+
+void check_engine(const std::string &text)
 {
-    const std::string text(reinterpret_cast<const char *>(data), size);
     snmp::Engine engine;
     snmp::Engine again;
     if (snmp::parse_engine(text, &engine) &&
         (!snmp::parse_engine(snmp::render_engine(engine), &again) || again.id != engine.id)) {
         abort();
     }
+}
+
+void check_snapshot(const proto::Tree &tree)
+{
+    const snmp::Snapshot snapshot = snmp::make_snapshot(tree);
+    for (const snmp::Object &object : snapshot.objects) {
+        if (object.bytes.size() > 255 || snmp::find_object(snapshot, object.name.data(), object.length) != &object) {
+            abort();
+        }
+    }
+}
+
+proto::Tree everywhere(const std::string &text)
+{
     proto::Tree tree{
         {{NodeKind::entry, false, false, ValueType::noexists, "ifEntry", ""},
          {NodeKind::leaf, true, false, ValueType::int32, "ifIndex", text},
@@ -28,11 +46,29 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         for (const snmp::Column &column : columns.subspan(1))
             tree.nodes.push_back({NodeKind::leaf, false, false, ValueType::buf, column.leaf, text});
     }
-    const snmp::Snapshot snapshot = snmp::make_snapshot(tree);
-    for (const snmp::Object &object : snapshot.objects) {
-        if (object.bytes.size() > 255 || snmp::find_object(snapshot, object.name.data(), object.length) != &object) {
-            abort();
-        }
+    return tree;
+}
+
+void check_trap(const proto::Event &event)
+{
+    for (const snmp::Binding &binding : snmp::translate(event).bindings) {
+        if (binding.object == nullptr || binding.text.size() > 255) abort();
     }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    const std::string text(reinterpret_cast<const char *>(data), size);
+    proto::Tree tree;
+    proto::Event event;
+    check_engine(text);
+    check_snapshot(everywhere(text));
+    if (proto::decode(text, &tree)) {
+        check_snapshot(tree);
+        snmp::config_of(tree);
+    }
+    if (proto::decode(text, &event)) check_trap(event);
     return 0;
 }

@@ -1,0 +1,283 @@
+// Sessions of several peers with the agent: what each says, in any order, as the dispatch gets it, with the server
+// behind it replaced. However it goes, each request gets one answer, nothing is left open once everybody has gone, and
+// the configuration on disk is the one that runs.
+//
+// An input is steps of PEER OPERATION LENGTH-HIGH LENGTH-LOW PAYLOAD. PEER: its low bits choose one of the peers below,
+// 0x80 says that the payload is a text to make the operation's record of, 0x40 that no answer is wanted. OPERATION 0:
+// the peer leaves, and comes back as another. A reply or error answers the oldest question of the agent to that peer.
+#include <algorithm>
+#include <cstdlib>
+#include <deque>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <sstream>
+#include <utility>
+
+#include <event2/event.h>
+
+#include "agent/agent.h"
+#include "agent/dispatch.h"
+#include "agent/log.h"
+#include "agent/model/render.h"
+#include "agent/unconfirmed.h"
+#include "protocol/wire.h"
+
+namespace agent {
+
+// The server's place is taken by this record.
+struct ServerState {
+    std::map<PeerId, std::deque<std::pair<proto::Op, std::uint32_t>>> questions; // of the agent, by living peer
+    std::set<std::pair<PeerId, std::uint32_t>> open;                             // requests without an answer
+    std::set<PeerId> closing;
+};
+
+void ServerDelete::operator()(ServerState *state) const
+{
+    delete state;
+}
+
+Server open_server(const Loop & /*loop*/, std::uint16_t /*port*/, ServerEvents /*events*/, std::string * /*error*/)
+{
+    return Server(new ServerState);
+}
+
+bool send_frame(const Server &server, PeerId peer, proto::Op op, std::uint32_t id, std::string_view payload)
+{
+    if (!proto::fits_frame(payload.size())) abort();
+    const auto it = server->questions.find(peer);
+    if (it == server->questions.end() || server->closing.contains(peer)) return false;
+    if (op == proto::Op::reply || op == proto::Op::error) {
+        if (server->open.erase({peer, id}) == 0) abort();
+    } else if (op != proto::Op::event) {
+        it->second.emplace_back(op, id);
+    }
+    return true;
+}
+
+void close_peer(const Server &server, PeerId peer, const char * /*why*/)
+{
+    if (server->questions.contains(peer)) server->closing.insert(peer);
+}
+
+std::vector<PeerInfo> peers(const Server & /*server*/)
+{
+    return {};
+}
+
+void open_log(bool /*echo*/) {}
+void log(int /*priority*/, const char * /*format*/, ...) {}
+
+} // namespace agent
+
+namespace {
+
+using proto::Op;
+using proto::Role;
+
+constexpr Role roles[] = {Role::client, Role::client, Role::application, Role::data, Role::snmp, Role::application};
+constexpr std::size_t peer_count = std::size(roles);
+constexpr unsigned char is_text = 0x80;
+constexpr unsigned char unanswered = 0x40;
+
+struct Bench {
+    std::string dir;
+    agent::Agent agent;
+    agent::Version first; // what every session begins with
+    agent::PeerId peers[peer_count] = {};
+    agent::PeerId last_peer = 0;
+    std::uint32_t last_id = 0;
+
+    Bench()
+    {
+        std::string pattern = std::filesystem::is_directory("/dev/shm") ? "/dev/shm/" : "/tmp/";
+        pattern += "gw-agent-fuzz.XXXXXX";
+        dir = mkdtemp(pattern.data());
+        agent.options = {GW_SOURCE_DIR "/yang", dir, GW_SOURCE_DIR "/agent/factory.json", 0, false};
+        std::string error;
+        if (!start_agent(agent, &error)) abort();
+        first = agent.store.running;
+    }
+    ~Bench() { std::filesystem::remove_all(dir); }
+    Bench(const Bench &) = delete;
+    Bench &operator=(const Bench &) = delete;
+};
+
+struct Step {
+    std::size_t peer;
+    unsigned flags;
+    unsigned char operation;
+    std::string payload;
+};
+
+bool take_step(proto::Reader &in, Step *step)
+{
+    const std::uint8_t who = proto::get_u8(in);
+    step->peer = (who & 0x3fU) % peer_count;
+    step->flags = who;
+    step->operation = proto::get_u8(in);
+    const std::size_t length = proto::get_u16(in);
+    if (!in.ok) return false;
+    step->payload.assign(in.at, std::min<std::size_t>(length, in.end - in.at));
+    in.at += step->payload.size();
+    return true;
+}
+
+proto::Words words_of(const std::string &text)
+{
+    std::istringstream in(text);
+    proto::Words words;
+    for (std::string word; in >> word;)
+        words.push_back(word);
+    return words;
+}
+
+// The record of the operation, made of a text whose first character is its switch.
+std::string record_of(Op op, const std::string &text)
+{
+    const unsigned mode = text.empty() ? 0 : static_cast<unsigned char>(text[0]);
+    const std::string rest = text.empty() ? "" : text.substr(1);
+    const auto source = static_cast<proto::Source>(mode % 3);
+    switch (op) {
+    case Op::get:
+        return proto::encode(proto::Get{source, (mode & 8U) != 0, words_of(rest)});
+    case Op::edit:
+        return proto::encode(proto::Edit{mode == '-', words_of(rest)});
+    case Op::load:
+        return proto::encode(proto::Load{mode == '!', rest});
+    case Op::commit:
+    case Op::validate:
+        return proto::encode(proto::Commit{mode & 7U, rest, {}});
+    case Op::complete:
+        return proto::encode(proto::Complete{source, (mode & 8U) != 0, words_of(rest), rest.substr(rest.size() / 2)});
+    case Op::action:
+        return proto::encode(proto::Action{rest});
+    case Op::rollback:
+        return proto::encode(proto::Rollback{mode & 15U});
+    case Op::cdb_start:
+        return proto::encode(proto::CdbStart{mode == 'r' ? proto::Database::running : proto::Database::operational, 0});
+    case Op::cdb_get:
+    case Op::cdb_exists:
+    case Op::cdb_count:
+    case Op::cdb_cd:
+        return proto::encode(proto::CdbPath{text});
+    case Op::cdb_case:
+        return proto::encode(proto::CdbCase{rest.substr(0, rest.find(' ')), rest.substr(rest.find(' ') + 1)});
+    case Op::reply:
+        return proto::encode(proto::Status{static_cast<std::int8_t>(mode), rest, {}});
+    default:
+        return text;
+    }
+}
+
+void come(Bench &bench, std::size_t at)
+{
+    agent::PeerInfo info;
+    info.id = bench.peers[at] = ++bench.last_peer;
+    info.role = roles[at];
+    bench.agent.server->questions[info.id];
+    peer_greeted(bench.agent, info);
+}
+
+void leave(Bench &bench, std::size_t at)
+{
+    agent::ServerState &server = *bench.agent.server;
+    const agent::PeerId id = bench.peers[at];
+    server.questions.erase(id);
+    server.closing.erase(id);
+    std::erase_if(server.open, [id](const auto &request) { return request.first == id; });
+    peer_gone(bench.agent, id);
+}
+
+// What is due by itself: the timers of calls that could not be sent, and connections that the agent has closed.
+void settle(Bench &bench)
+{
+    event_base_loop(base_of(bench.agent.loop), EVLOOP_NONBLOCK);
+    for (std::size_t at = 0; at < peer_count; at++) {
+        if (!bench.agent.server->closing.contains(bench.peers[at])) continue;
+        leave(bench, at);
+        come(bench, at);
+    }
+}
+
+void act(Bench &bench, const Step &step)
+{
+    agent::ServerState &server = *bench.agent.server;
+    const agent::PeerId peer = bench.peers[step.peer];
+    if (step.operation == 0) {
+        leave(bench, step.peer);
+        come(bench, step.peer);
+        return;
+    }
+    const auto op = static_cast<Op>(step.operation);
+    if (!proto::is_op(step.operation) || op == Op::hello) return; // the server's business
+    const std::string payload = (step.flags & is_text) != 0 ? record_of(op, step.payload) : step.payload;
+    std::uint32_t id = (step.flags & unanswered) != 0 ? 0 : ++bench.last_id;
+    auto &questions = server.questions[peer];
+    if (op == Op::reply || op == Op::error) {
+        id = questions.empty() ? 0xffffffff : questions.front().second;
+        if (!questions.empty()) questions.pop_front();
+    } else if (id != 0) {
+        server.open.insert({peer, id});
+    }
+    frame_came(bench.agent, peer, {op, id, payload});
+}
+
+// Applications first: whoever waits for one gets an answer by that.
+void end_session(Bench &bench)
+{
+    agent::Agent &agent = bench.agent;
+    for (const std::size_t at : {2, 5})
+        leave(bench, at);
+    for (int i = 0; i < 100 && !agent.calls.pending.empty(); i++)
+        event_base_loop(base_of(agent.loop), EVLOOP_ONCE);
+    if (!agent.calls.pending.empty() || !agent.server->open.empty() || !agent.providers.busy.empty()) abort();
+    if (agent.commits.active || !agent.commits.queue.empty()) abort();
+    for (const std::size_t at : {0, 1, 3, 4})
+        leave(bench, at);
+    if (!agent.sessions.empty()) abort();
+}
+
+void check_disk(const Bench &bench)
+{
+    agent::Version stored;
+    std::string why;
+    const agent::Datastore &store = bench.agent.store;
+    if (!read_version(store, "running.json", &stored, &why) || stored.stamp.txid != store.running.stamp.txid) abort();
+    if (!model::identical(stored.tree.get(), store.running.tree.get())) abort();
+}
+
+void start_over(Bench &bench)
+{
+    agent::Agent &agent = bench.agent;
+    forget_unconfirmed(agent);
+    agent.applications.clear();
+    agent.events = {};
+    agent.oper.tree.reset();
+    agent.store.running = bench.first;
+    agent.store.history.clear();
+    agent.store.last_txid = bench.first.stamp.txid;
+    for (const std::string &name : agent::list_files(bench.dir)) {
+        if (name != agent::version_name(bench.first.stamp.txid)) agent::remove_file(bench.dir, name);
+    }
+    std::string error;
+    agent::link_file(bench.dir, agent::version_name(bench.first.stamp.txid), "running.json", &error);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static Bench bench;
+    proto::Reader in = proto::make_reader({reinterpret_cast<const char *>(data), size});
+    for (std::size_t at = 0; at < peer_count; at++)
+        come(bench, at);
+    for (Step step; take_step(in, &step);) {
+        act(bench, step);
+        settle(bench);
+    }
+    end_session(bench);
+    if (bench.agent.store.last_txid != bench.first.stamp.txid) check_disk(bench);
+    start_over(bench);
+    return 0;
+}

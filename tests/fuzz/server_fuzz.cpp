@@ -1,0 +1,125 @@
+// Bytes of a connection through the agent's server, cut into pieces: whatever the cuts, the agent gets the frames that
+// the stream holds, in their order, up to the first that is none or a second hello; then the connection ends.
+// The first byte is the size of a piece.
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include <event2/event.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "agent/log.h"
+#include "agent/server.h"
+#include "protocol/frame.h"
+#include "protocol/hello.h"
+
+namespace agent {
+
+void open_log(bool /*echo*/) {}
+void log(int /*priority*/, const char * /*format*/, ...) {}
+
+} // namespace agent
+
+namespace {
+
+struct Bench {
+    agent::Loop loop = agent::open_loop();
+    agent::Server server;
+    sockaddr_in address{};
+    std::vector<std::string> got; // frames, as they would be sent
+    int greeted = 0;
+    int gone = 0;
+
+    Bench();
+};
+
+// A port that is free: what binds to 0 gets one.
+sockaddr_in free_address()
+{
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address);
+    getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size);
+    close(fd);
+    return address;
+}
+
+Bench::Bench() : address(free_address())
+{
+    agent::ServerEvents events;
+    events.greeted = [this](const agent::PeerInfo & /*info*/) { greeted++; };
+    events.frame = [this](agent::PeerId /*peer*/, const proto::Frame &frame) {
+        got.push_back(proto::make_frame(frame.op, frame.id, frame.payload));
+    };
+    events.gone = [this](agent::PeerId /*peer*/) { gone++; };
+    events.dispensable = [](agent::PeerId /*peer*/) { return true; };
+    std::string error;
+    server = agent::open_server(loop, ntohs(address.sin_port), events, &error);
+    if (!server) abort();
+}
+
+std::vector<std::string> frames_of(std::string_view stream)
+{
+    std::vector<std::string> frames;
+    proto::Frame frame;
+    std::size_t used = 0;
+    while (proto::next_frame(stream, &frame, &used) == proto::Parse::complete && frame.op != proto::Op::hello) {
+        frames.emplace_back(stream.substr(0, used));
+        stream.remove_prefix(used);
+    }
+    return frames;
+}
+
+void turn(const Bench &bench, int flags = EVLOOP_NONBLOCK)
+{
+    event_base_loop(base_of(bench.loop), flags);
+}
+
+// Until the agent has closed or does not take any more.
+void send_pieces(const Bench &bench, int fd, std::string_view stream, std::size_t piece)
+{
+    while (!stream.empty()) {
+        const ssize_t sent = send(fd, stream.data(), std::min(piece, stream.size()), MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (sent <= 0) return; // the agent has closed
+        stream.remove_prefix(static_cast<std::size_t>(sent));
+        turn(bench);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static Bench bench;
+    if (size == 0) return 0;
+    const std::string_view stream(reinterpret_cast<const char *>(data) + 1, size - 1);
+    const std::string hello =
+        proto::make_frame(proto::Op::hello, 1, proto::encode(proto::Hello{proto::version, proto::Role::client, "", 1}));
+    bench.got.clear();
+    bench.greeted = 0;
+    bench.gone = 0;
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int on = 1;
+    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on); // a piece is a packet
+    if (connect(fd, reinterpret_cast<const sockaddr *>(&bench.address), sizeof bench.address) != 0) abort();
+    send_pieces(bench, fd, hello, hello.size());
+    send_pieces(bench, fd, stream, std::max<std::size_t>(data[0], 1));
+    const std::vector<std::string> frames = frames_of(stream);
+    while (bench.gone == 0 && bench.got.size() < frames.size())
+        turn(bench, EVLOOP_ONCE); // a turn may have ended early; what still waits when a peer leaves is not done
+    shutdown(fd, SHUT_WR);
+    while (bench.gone == 0)
+        turn(bench, EVLOOP_ONCE);
+    const linger at_once{1, 0}; // no port of this machine stays behind
+    setsockopt(fd, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+    close(fd);
+    if (bench.greeted != 1 || bench.got != frames) abort();
+    return 0;
+}
