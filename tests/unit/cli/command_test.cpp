@@ -68,11 +68,11 @@ TEST(Completion, QuotesWhatItInserts)
     EXPECT_EQ(cli::insertion(completion), "\"LAN port\" ");
     completion.list.push_back({"LAN portal", ""});
     EXPECT_EQ(cli::insertion(completion), "\"LAN port");
-    completion.list = {
-        {"Laß", ""},
-        {"Laä", ""}
-    }; // both begin with the same byte of the last letter
-    EXPECT_EQ(cli::insertion({cli::split_typed("set d L"), completion.list}), "La");
+    // both begin with the same byte of the last letter
+    EXPECT_EQ(cli::insertion({
+                  cli::split_typed("set d L"), {{"Laß", ""}, {"Laä", ""}}
+    }),
+              "La");
     const std::vector<proto::Candidate> listed = {
         {"",    "an address"},
         {"a b", "x"         }

@@ -14,11 +14,10 @@ using proto::Op;
 
 namespace {
 
-proto::Value ipv4(std::uint8_t last)
+proto::Value ipv4(const char *text)
 {
     proto::Value v;
-    v.type = proto::ValueType::ipv4;
-    v.address = {10, 0, 0, last};
+    EXPECT_TRUE(proto::from_text(proto::ValueType::ipv4, text, &v));
     return v;
 }
 
@@ -65,9 +64,9 @@ TEST(Requests, GiveValuesOfTheRightTypeOnly)
     Pair pair;
     proto::CdbPath path;
     std::thread agent([&] {
-        const peer::Message request = peer::serve(pair.agent, Op::cdb_get, proto::CdbValue{ipv4(7)});
+        const peer::Message request = peer::serve(pair.agent, Op::cdb_get, proto::CdbValue{ipv4("10.0.0.7")});
         path = fakes::decoded<proto::CdbPath>(request);
-        peer::serve(pair.agent, Op::cdb_get, proto::CdbValue{ipv4(8)});
+        peer::serve(pair.agent, Op::cdb_get, proto::CdbValue{ipv4("10.0.0.8")});
         peer::refuse(pair.agent, proto::ErrorCode::not_exists, "/ip", "no value");
     });
     const int sock = pair.sock.fd;
@@ -116,7 +115,7 @@ TEST(Trouble, AnAnswerAfterTheDeadlineIsNotTakenForTheNextOne)
     Pair pair;
     proto::Value value;
     EXPECT_EQ(confd::get_value(pair.sock.fd, "/slow", soon(), &value), CONFD_ERR);
-    peer::serve(pair.agent, Op::cdb_get, proto::CdbValue{ipv4(1)});
+    peer::serve(pair.agent, Op::cdb_get, proto::CdbValue{ipv4("10.0.0.1")});
     in_addr address = {};
     EXPECT_EQ(cdb_get_ipv4(pair.sock.fd, &address, "/other"), CONFD_ERR);
     EXPECT_EQ(address.s_addr, 0U);

@@ -15,12 +15,7 @@ namespace {
 
 TEST(ExecuteOutput, KeepsWhatFitsAndSaysHowItEnded)
 {
-    struct {
-        const char *command;
-        std::size_t size;
-        int result;
-        const char *output;
-    } const rows[] = {
+    const std::tuple<const char *, std::size_t, int, const char *> rows[] = {
         {"echo full",                             64, 0,   "full"},
         {"printf 'a\\n\\n'",                      64, 0,   "a\n" }, // only the final line break goes
         {"echo abcdef",                           4,  0,   "abc" },
@@ -31,11 +26,11 @@ TEST(ExecuteOutput, KeepsWhatFitsAndSaysHowItEnded)
         {"echo out; echo err >&2",                64, 0,   "out" },
         {"head -c 300000 /dev/zero | tr '\\0' x", 3,  0,   "xx"  }, // more than a pipe holds
     };
-    for (const auto &row : rows) {
+    for (const auto &[command, size, result, expected] : rows) {
         char output[64];
         std::memset(output, '!', sizeof output);
-        EXPECT_EQ(zel_execute_output(row.command, output, row.size), row.result) << row.command;
-        EXPECT_STREQ(output, row.output) << row.command;
+        EXPECT_EQ(zel_execute_output(command, output, size), result) << command;
+        EXPECT_STREQ(output, expected) << command;
     }
     EXPECT_NE(zel_execute_output("true", nullptr, 0), 0);
 }

@@ -108,13 +108,7 @@ peer::Handle accept_registration(const peer::Handle &listener, proto::Register *
 
 proto::Deliver delivery(std::uint64_t txid, std::uint32_t index, std::uint16_t row = 0)
 {
-    proto::Deliver out;
-    out.txid = txid;
-    out.index = index;
-    out.total = 3;
-    out.row = row;
-    out.operation = MOP_MODIFIED;
-    return out;
+    return {txid, index, 3, row, MOP_MODIFIED, {}, {}};
 }
 
 // The test is the daemon's main thread, but for the time of the call.

@@ -50,18 +50,14 @@ TEST(Messages, EveryFieldTravels)
 
 TEST(Messages, NumbersThatNoEnumerationHasAreMalformed)
 {
-    Hello hello;
-    std::string payload = encode(Hello{1, Role::client, "", 0});
-    payload[2] = 9;
-    EXPECT_FALSE(decode(payload, &hello));
-    CdbStart start;
-    payload = encode(CdbStart{});
-    payload[0] = 2;
-    EXPECT_FALSE(decode(payload, &start));
-    Tree tree;
-    payload = encode(Tree{{TreeNode{}}});
-    payload[4 + 3] = 99; // the value type of the first node
-    EXPECT_FALSE(decode(payload, &tree));
+    const auto reads_with = [](auto record, std::size_t at, char number) {
+        std::string payload = encode(record);
+        payload[at] = number;
+        return decode(payload, &record);
+    };
+    EXPECT_FALSE(reads_with(Hello{1, Role::client, "", 0}, 2, 9));
+    EXPECT_FALSE(reads_with(CdbStart{}, 0, 2));
+    EXPECT_FALSE(reads_with(Tree{{TreeNode{}}}, 4 + 3, 99)) << "the value type of the first node";
 }
 
 } // namespace

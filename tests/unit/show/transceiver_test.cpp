@@ -169,21 +169,23 @@ TEST_F(Transceiver, IsCalibratedByItsOwnConstants)
             put16(76 + 4 * i, slope + i), put16(78 + 4 * i, offset - i); // each pair another
         for (int at = 96; at < 106; at += 2)
             put16(at, reading);
-        const auto is_cut = [slope = slope, offset = offset](int pair, int raw, int value) {
-            const double exact = raw * (slope + pair) / 256.0 + offset - pair;
-            const double error = std::copysign(1, raw) * std::remainder(value - exact, 65536);
-            return error > -1 && error <= 0;
-        };
         SfpDiag raw{};
         SfpDiag diag{};
         a0[92] = 0x6f;
         ASSERT_EQ(sfp_read_diag(raw), 1);
         a0[92] = 0x10;
         ASSERT_EQ(sfp_read_diag(diag), 1);
-        EXPECT_TRUE(is_cut(0, raw.tx_bias, diag.tx_bias)) << reading;
-        EXPECT_TRUE(is_cut(1, raw.tx_power, diag.tx_power)) << reading;
-        EXPECT_TRUE(is_cut(2, raw.temperature, diag.temperature)) << reading;
-        EXPECT_TRUE(is_cut(3, raw.vcc, diag.vcc)) << reading;
+        const std::pair<int, int> pairs[] = {
+            {raw.tx_bias,     diag.tx_bias    },
+            {raw.tx_power,    diag.tx_power   },
+            {raw.temperature, diag.temperature},
+            {raw.vcc,         diag.vcc        }
+        };
+        for (int i = 0; i < 4; ++i) {
+            const double exact = pairs[i].first * (slope + i) / 256.0 + offset - i;
+            const double error = std::copysign(1, pairs[i].first) * std::remainder(pairs[i].second - exact, 65536);
+            EXPECT_TRUE(error > -1 && error <= 0) << reading << " pair " << i;
+        }
         EXPECT_TRUE(raw.temperature == static_cast<std::int16_t>(reading) && diag.rx_power == raw.rx_power);
     }
 }

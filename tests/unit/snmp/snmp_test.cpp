@@ -77,23 +77,6 @@ TEST(Snapshot, HoldsWhatTheObjectsCanHoldAndNothingElse)
     EXPECT_EQ(served("ifDescr", std::string(300, 'x').c_str()).size(), std::strlen("2=4:") + 2UL * 255);
 }
 
-TEST(Snapshot, IsWalkedInOrderAndFoundByName)
-{
-    const snmp::Snapshot snapshot =
-        snmp::make_snapshot(table({node(NodeKind::leaf, "ifName", "a"), node(NodeKind::leaf, "ifDescr", "b"),
-                                   node(NodeKind::end, ""), node(NodeKind::entry, "ifEntry"),
-                                   node(NodeKind::leaf, "ifIndex", "2", true), node(NodeKind::leaf, "ifDescr", "c")}));
-    std::string order;
-    std::vector<unsigned long> at = {1, 3};
-    while (const snmp::Object *next = snmp::find_next_object(snapshot, at.data(), at.size())) {
-        at.assign(next->name.begin(), next->name.begin() + static_cast<std::ptrdiff_t>(next->length));
-        EXPECT_EQ(snmp::find_object(snapshot, at.data(), at.size()), next);
-        order += std::to_string(at[at.size() - 2]) + "." + std::to_string(at.back()) + " ";
-    }
-    EXPECT_EQ(order, "1.2 1.7 2.2 2.7 1.7 ");
-    EXPECT_EQ(snmp::find_object(snapshot, at.data(), at.size() - 1), nullptr);
-}
-
 TEST(Snapshot, DoesNotTakeAFailedReadForNoInterfaces)
 {
     const TreeNode mark = node(NodeKind::error_mark, "ifEntry", "nobody serves this");
