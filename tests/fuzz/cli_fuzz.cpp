@@ -23,7 +23,7 @@ proto::Reader answers;
 std::string next_answer()
 {
     const std::size_t length = proto::get_u16(answers);
-    const std::string bytes(answers.at, std::min<std::size_t>(length, answers.end - answers.at));
+    std::string bytes(answers.at, std::min<std::size_t>(length, answers.end - answers.at));
     answers.at += bytes.size();
     return bytes;
 }
@@ -31,7 +31,10 @@ std::string next_answer()
 } // namespace
 
 // In place of the connection.
-Descriptor::~Descriptor() = default;
+Descriptor::~Descriptor()
+{
+    fd = -1;
+}
 bool is_open(const Link & /*link*/)
 {
     return answers.ok;

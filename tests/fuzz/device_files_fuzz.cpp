@@ -49,7 +49,7 @@ struct Buffer {
     std::size_t size;
     std::unique_ptr<char[]> text;
 
-    explicit Buffer(std::size_t bytes) : size(bytes), text(new char[bytes]) { strcpy(text.get(), "?"); }
+    explicit Buffer(std::size_t bytes) : size(bytes), text(new char[bytes]) { snprintf(text.get(), size, "?"); }
     char *get() const { return text.get(); }
 };
 

@@ -22,7 +22,7 @@ std::vector<NatRule> take_rules(proto::Reader &in)
     std::vector<NatRule> rules;
     while (in.end - in.at >= 9) {
         NatRule rule{};
-        rule.protocol = static_cast<std::int8_t>(proto::get_u8(in));
+        rule.protocol = proto::get_u8(in);
         rule.local_address.s_addr = htonl(proto::get_u32(in));
         rule.local_port = proto::get_u16(in);
         rule.global_port = proto::get_u16(in);

@@ -45,8 +45,8 @@ sockaddr_in free_address()
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address);
-    getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size);
+    if (bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0) abort();
+    if (getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size) != 0) abort();
     close(fd);
     return address;
 }
