@@ -47,31 +47,20 @@ template <typename Value> const Value *found(const std::map<std::string, Value> 
 
 std::string fakes::shown(const confd_value_t &value)
 {
+    // clang-format off
     static const std::map<int, const char *> kinds = {
-        {C_BINARY,     "base64 "},
-        {C_INT32,      "i32 "   },
-        {C_UINT16,     "u16 "   },
-        {C_UINT32,     "u32 "   },
-        {C_UINT64,     "u64 "   },
-        {C_ENUM_VALUE, "enum "  },
-        {C_BOOL,       ""       },
-        {C_IPV4,       ""       },
-        {C_IPV6,       ""       },
-        {C_IPV4PREFIX, ""       },
-        {C_DURATION,   ""       },
-        {C_STR,        ""       },
-        {C_BUF,        ""       },
+        {C_BINARY, "base64 "}, {C_INT32, "i32 "},  {C_UINT16, "u16 "},
+        {C_UINT32, "u32 "},    {C_UINT64, "u64 "}, {C_ENUM_VALUE, "enum "},
     };
-    proto::Value read;
-    const auto kind = kinds.find(value.type);
+    // clang-format on
     const std::string tag = hex(value.val.xmltag.tag);
-    const std::string with_ns = tag + " " + hex(value.val.xmltag.ns);
     if (value.type == C_XMLTAG) return "tag " + tag;
-    if (value.type == C_XMLBEGIN) return "begin " + with_ns;
-    if (value.type == C_XMLEND) return "end " + with_ns;
-    if (kind == kinds.end() || !confd::from_c(value, &read)) return "type " + to_string(value.type);
-    const std::string quote = value.type == C_STR || value.type == C_BUF ? "\"" : "";
-    return kind->second + quote + proto::to_text(read) + quote;
+    if (value.type == C_XMLBEGIN) return "begin " + tag + " " + hex(value.val.xmltag.ns);
+    if (value.type == C_XMLEND) return "end " + tag + " " + hex(value.val.xmltag.ns);
+    proto::Value read;
+    if (!confd::from_c(value, &read)) return "type " + to_string(value.type);
+    if (value.type == C_STR || value.type == C_BUF) return "\"" + proto::to_text(read) + "\"";
+    return (kinds.contains(value.type) ? kinds.at(value.type) : "") + proto::to_text(read);
 }
 
 confd_trans_ctx *fakes::transaction(bool ready)

@@ -5,59 +5,10 @@
 #include "platform/confd/convert.h"
 #include "platform/confd/names.h"
 
-using proto::make_number;
-using proto::make_tag;
 using proto::make_text;
 using proto::ValueType;
 
 namespace {
-
-std::vector<proto::Value> one_of_each()
-{
-    proto::Value list = make_number(ValueType::list, 0);
-    list.list = {make_text(ValueType::buf, "one"), make_number(ValueType::uint16, 2)};
-    std::vector<proto::Value> all = {
-        {},
-        make_text(ValueType::str, "text"),
-        make_text(ValueType::buf, std::string_view("a\0b", 3)),
-        make_text(ValueType::buf, ""),
-        make_tag(ValueType::xmltag, 7, 8),
-        make_tag(ValueType::xmlbegin, 7, 0),
-        make_tag(ValueType::xmlend, 7, 8),
-        list,
-    };
-    for (const auto &[type, text] : std::initializer_list<std::pair<ValueType, const char *>>{
-             {ValueType::binary,     "AP8="                 },
-             {ValueType::ipv4,       "10.1.2.3"             },
-             {ValueType::ipv6,       "2001:db8::9"          },
-             {ValueType::ipv4prefix, "10.1.2.0/24"          },
-             {ValueType::duration,   "P1Y2M3DT4H5M6.000007S"}
-    })
-        EXPECT_TRUE(proto::from_text(type, text, &all.emplace_back())) << text;
-    for (int number = 0; number <= static_cast<int>(ValueType::duration); number++) {
-        std::int64_t limits[2] = {};
-        const auto type = static_cast<ValueType>(number);
-        if (!proto::is_number(type, &limits[0], &limits[1])) continue;
-        for (const std::int64_t limit : limits)
-            all.push_back(make_number(type, limit));
-    }
-    return all;
-}
-
-TEST(Values, EveryTypeComesBackAsItWasAndTextIsTerminated)
-{
-    const std::vector<proto::Value> all = one_of_each();
-    confd::Arena arena;
-    const std::vector<confd_value_t> values = confd::to_c(all, &arena);
-    for (std::size_t i = 0; i < all.size(); i++) {
-        proto::Value back;
-        EXPECT_TRUE(confd::from_c(values[i], &back)) << i;
-        proto::Value expected = all[i];
-        if (expected.type == ValueType::str) expected.type = ValueType::buf; // one kind of text for the daemon
-        EXPECT_EQ(back, expected) << "value " << i << " of type " << static_cast<int>(all[i].type);
-        EXPECT_TRUE(values[i].type != C_BUF || values[i].val.buf.ptr[values[i].val.buf.size] == '\0') << i;
-    }
-}
 
 TEST(Values, WhatCannotTravelIsRefused)
 {
