@@ -88,7 +88,7 @@ RowCells cells_of(const model::Models &models, const lysc_node *row, const std::
             skipped = opens ? 1 : 0;
         } else if (opens) {
             open.push_back(node);
-        } else {
+        } else if (!lysc_is_key(node)) { // keys are known
             result.cells[node] = cell_of(node, pair.value);
         }
     }

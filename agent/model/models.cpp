@@ -21,7 +21,8 @@ struct Models {
     std::unordered_map<const lys_module *, std::uint32_t> namespaces;
     std::vector<std::pair<const lysc_node *, const char *>> callpoints;
     std::unordered_map<const lysc_node *, std::vector<std::string>> validation;
-    std::unordered_map<std::string, const char *> actions; // by operation
+    std::unordered_map<std::string, const char *> actions;                          // by operation
+    std::unordered_map<const lysc_node *, std::vector<const lysc_node *>> children; // null: the top level
 };
 
 namespace {
@@ -46,6 +47,19 @@ std::string last_error(ly_ctx *ctx)
     const char *text = ly_errmsg(ctx);
     const char *path = ly_errpath(ctx);
     return std::string(text ? text : "unknown error") + (path ? std::string(" ") + path : "");
+}
+
+bool is_data(const lysc_node *node)
+{
+    return (node->nodetype & data_node_types) != 0;
+}
+
+void append_children(const lysc_node *parent, const lysc_module *module, std::vector<const lysc_node *> *out)
+{
+    const lysc_node *node = nullptr;
+    while ((node = lys_getnext(node, parent, module, 0))) {
+        if (is_data(node)) out->push_back(node);
+    }
 }
 
 struct Scan {
@@ -80,6 +94,7 @@ LY_ERR scan_node(lysc_node *node, void *data, ly_bool *)
 {
     auto *scan = static_cast<Scan *>(data);
     scan->names.push_back(node->name);
+    append_children(node, nullptr, &scan->models->children[node]);
     if ((node->nodetype & (LYS_LEAF | LYS_LEAFLIST)) && type_of(node) == proto::ValueType::noexists)
         scan->error = std::string("the type of ") + node->name + " has no form that applications know";
     LY_ARRAY_COUNT_TYPE i = 0;
@@ -93,8 +108,10 @@ LY_ERR scan_node(lysc_node *node, void *data, ly_bool *)
 std::string scan_modules(Models *models)
 {
     Scan scan{models, {}, {}, {}};
-    for (const lys_module *module : models->modules)
+    for (const lys_module *module : models->modules) {
         lysc_module_dfs_full(module, scan_node, &scan);
+        append_children(nullptr, module->compiled, &models->children[nullptr]);
+    }
     if (!scan.error.empty()) return scan.error;
 
     std::unordered_map<std::uint32_t, std::string_view> owners;
@@ -170,19 +187,6 @@ std::string load_modules(Models *models, const std::string &dir)
     return {};
 }
 
-bool is_data(const lysc_node *node)
-{
-    return (node->nodetype & data_node_types) != 0;
-}
-
-void append_children(const lysc_node *parent, const lysc_module *module, std::vector<const lysc_node *> *out)
-{
-    const lysc_node *node = nullptr;
-    while ((node = lys_getnext(node, parent, module, 0))) {
-        if (is_data(node)) out->push_back(node);
-    }
-}
-
 } // namespace
 
 void FreeModels::operator()(Models *models) const
@@ -244,16 +248,9 @@ std::vector<proto::TagName> namespaces(const Models &models)
     return list;
 }
 
-std::vector<const lysc_node *> children(const Models &models, const lysc_node *parent)
+const std::vector<const lysc_node *> &children(const Models &models, const lysc_node *parent)
 {
-    std::vector<const lysc_node *> list;
-    if (parent) {
-        append_children(parent, nullptr, &list);
-        return list;
-    }
-    for (const lys_module *module : models.modules)
-        append_children(nullptr, module->compiled, &list);
-    return list;
+    return models.children.at(parent);
 }
 
 const lysc_node *child_named(const Models &models, const lysc_node *parent, const std::string &name)

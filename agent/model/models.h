@@ -38,7 +38,7 @@ std::vector<proto::TagName> namespaces(const Models &models);
 // Data nodes only, choices are looked through. Null parent: the top level. Null: there is none.
 const lysc_node *child_named(const Models &models, const lysc_node *parent, const std::string &name);
 const lysc_node *child_of_tag(const Models &models, const lysc_node *parent, std::uint32_t tag);
-std::vector<const lysc_node *> children(const Models &models, const lysc_node *parent);
+const std::vector<const lysc_node *> &children(const Models &models, const lysc_node *parent);
 const lysc_node *data_parent(const lysc_node *node); // choices and cases skipped, null at the top
 std::vector<const lysc_node *> keys_of_list(const lysc_node *list);
 

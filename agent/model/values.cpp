@@ -70,9 +70,30 @@ bool is_text(proto::ValueType type)
     return type == proto::ValueType::str || type == proto::ValueType::buf;
 }
 
+// The texts of these are made here from numbers: they are canonical and fit each type that has values of the kind.
+bool fits_always(proto::ValueType kind)
+{
+    return kind == proto::ValueType::ipv4 || kind == proto::ValueType::ipv6 || kind == proto::ValueType::duration;
+}
+
+const lysc_type *first_member(const lysc_type *type)
+{
+    for (;;) {
+        if (type->basetype == LY_TYPE_LEAFREF) {
+            type = reinterpret_cast<const lysc_type_leafref *>(type)->realtype;
+        } else if (type->basetype == LY_TYPE_UNION) {
+            type = reinterpret_cast<const lysc_type_union *>(type)->types[0];
+        } else {
+            return type;
+        }
+    }
+}
+
 // The member of a leaf's type that takes a value of this kind; null if none does.
 const lysc_type *member_for(const lysc_type *type, proto::ValueType kind)
 {
+    const lysc_type *first = first_member(type);
+    if (value_type_of(first) == kind) return first;
     for (const lysc_type *member : member_types(type)) {
         const proto::ValueType wanted = value_type_of(member);
         if (wanted == kind || (is_text(wanted) && is_text(kind))) return member;
@@ -111,7 +132,7 @@ const lyd_value &stored_value(const lyd_node *node)
 
 proto::ValueType value_type_of(const lysc_type *type)
 {
-    return proto::type_of_model(model_type_name(member_types(type).front()));
+    return proto::type_of_model(model_type_name(first_member(type)));
 }
 
 const lysc_type *type_of_leaf(const lysc_node *leaf)
@@ -192,6 +213,10 @@ bool value_text(const lysc_node *leaf, const proto::Value &value, std::string *t
     if (!member) {
         *error = "a value of type " + std::to_string(static_cast<int>(value.type)) + " is not " + leaf->name + "'s";
         return false;
+    }
+    if (fits_always(value.type)) {
+        *text = proto::to_text(value);
+        return true;
     }
     std::string raw;
     const bool is_enum = value.type == proto::ValueType::enum_value;
