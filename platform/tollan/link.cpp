@@ -83,15 +83,16 @@ void close_link(Link *link)
     link->out.clear();
 }
 
+// Through a buffer of its own: room at the end of the input would be filled with zeros first, at each of the hundreds
+// of calls that a list takes.
 bool receive(Link *link)
 {
-    const std::size_t before = link->in.size();
-    link->in.resize(before + read_size);
+    char bytes[read_size];
     ssize_t n = 0;
     do {
-        n = recv(link->fd, link->in.data() + before, read_size, MSG_DONTWAIT);
+        n = recv(link->fd, bytes, sizeof bytes, MSG_DONTWAIT);
     } while (n < 0 && errno == EINTR);
-    link->in.resize(before + (n > 0 ? static_cast<std::size_t>(n) : 0));
+    if (n > 0) link->in.append(bytes, static_cast<std::size_t>(n));
     return n > 0 || (n < 0 && errno == EAGAIN);
 }
 
