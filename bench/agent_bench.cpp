@@ -2,7 +2,11 @@
 // fsync done by hand, operational reads against a provider that answers from memory, and the bare round trip.
 //
 // usage: agent_bench [ROUNDS]     works in build/bench-state, on port 4566
+//        agent_bench --trips N    prints the median time, in milliseconds, of N bare round trips with the agent of the
+//                                 lab that this runs in
+#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -19,6 +23,7 @@
 #include <vector>
 
 #include "bench/peer.h"
+#include "bench/row.h"
 #include "protocol/application.h"
 #include "protocol/client.h"
 
@@ -156,6 +161,69 @@ void round_trips(int count)
     close(pair[1]);
 }
 
+// The least that the agent can be asked for.
+void protocol_trips(Peer &client, int count)
+{
+    for (int i = 0; i < count; i++)
+        request(client, Op::discard, {});
+}
+
+[[noreturn]] void echo_frames(int listener)
+{
+    char bytes[64];
+    const int one = 1;
+    const int fd = accept(listener, nullptr, nullptr);
+    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+    for (ssize_t n = 0; (n = recv(fd, bytes, sizeof bytes, 0)) > 0;)
+        send(fd, bytes, static_cast<std::size_t>(n), MSG_NOSIGNAL);
+    _exit(0);
+}
+
+// A connection over loopback to a process that sends everything back.
+int connect_to_echo()
+{
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (bind(listener, reinterpret_cast<sockaddr *>(&address), size) != 0 || listen(listener, 1) != 0) std::exit(1);
+    getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
+    if (fork() == 0) echo_frames(listener);
+    close(listener);
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (connect(fd, reinterpret_cast<sockaddr *>(&address), size) != 0) std::exit(1);
+    const int one = 1;
+    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+    return fd;
+}
+
+void measure_trips(Peer &client, int n)
+{
+    const int echo = connect_to_echo();
+    char frame[length_bytes + header_bytes] = {}; // as long as both frames of the other
+    Samples plain;
+    Samples protocol;
+    for (int i = 0; i < 10 * n; i++) {
+        plain.push_back(time_us([&] {
+            if (send(echo, frame, sizeof frame, 0) < 0 || recv(echo, frame, sizeof frame, MSG_WAITALL) < 0)
+                std::exit(1);
+        }));
+        protocol.push_back(time_us([&] { protocol_trips(client, 1); }));
+    }
+    close(echo);
+    wait(nullptr);
+    print("protocol round trip", median(protocol), "round trip over loopback TCP", median(plain));
+    print_row("protocol round trip", median(protocol), "us", "9 octets over loopback TCP and back", median(plain), "");
+}
+
+int print_trips(int count)
+{
+    Peer client = open_peer(default_port, Role::client);
+    std::printf("%.3f\n", median_us(50, [&] { protocol_trips(client, count); }) / 1000);
+    return 0;
+}
+
 long resident_kb(pid_t pid)
 {
     std::ifstream status("/proc/" + std::to_string(pid) + "/status");
@@ -192,7 +260,10 @@ void measure(const fs::path &state, int n, pid_t agent)
     }
     print("commit of one leaf, one idle subscriber", median(commit), "write, fsync, rename, dir fsync",
           median(by_hand));
-    std::printf("%-44s %9.1f us\n", "  beyond the disk", median(commit) - median(by_hand));
+    const double beyond = median(commit) - median(by_hand);
+    std::printf("%-44s %9.1f us\n", "  beyond the disk", beyond);
+    print_row("commit of one leaf", median(commit), "us", "write, fsync, rename, directory fsync", median(by_hand), "");
+    print_row("commit of one leaf, beyond the disk", beyond, "us", "", 0, "1500");
 
     const int in_a_row = 4; // the same number of turns between processes as the read below takes
     const double floor = median_us(n, [&] { round_trips(in_a_row); });
@@ -207,10 +278,12 @@ void measure(const fs::path &state, int n, pid_t agent)
     char what[64];
     std::snprintf(what, sizeof what, "operational read, %d leaves from memory", static_cast<int>(leaves));
     print(what, read, "4 round trips between threads", floor);
+    print_row(what, read, "us", "4 round trips between threads", floor, "1000");
 
     const double configuration = median_us(n, [&] { request(client, Op::get, encode(Get{})); });
     print("whole configuration", configuration, "4 round trips between threads", floor);
     std::printf("%-44s %9ld kB\n", "resident memory of the agent", resident_kb(agent));
+    measure_trips(client, n);
     close(client.fd);
 }
 
@@ -218,6 +291,8 @@ void measure(const fs::path &state, int n, pid_t agent)
 
 int main(int argc, char **argv)
 {
+    if (argc > 2 && std::string(argv[1]) == "--trips")
+        return print_trips(static_cast<int>(std::strtol(argv[2], nullptr, 10)));
     const int rounds = argc > 1 ? static_cast<int>(std::strtol(argv[1], nullptr, 10)) : 400;
     const fs::path program = fs::read_symlink("/proc/self/exe").parent_path() / "gw-agent";
     const fs::path state = program.parent_path().parent_path().parent_path() / "bench-state";

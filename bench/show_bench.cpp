@@ -1,6 +1,6 @@
 // What an answer about the LAN port costs beside the bare commands that it cannot do without, run one after another in
-// turns: "ratio" is that of the medians and shall stay at or below 1.10, "ratio_quiet" that of the first deciles, which
-// a busy machine disturbs less. Needs the lab's devices and its agent:
+// turns: "ratio" is that of the medians and shall stay at or below 1.10, "ratio_cpu" that of the processor time with
+// the commands' own, which a busy machine disturbs less. Needs the lab's devices and its agent:
 // lab/sandbox --bin DIR -- /lab/boot -- /opt/gw/bin/show_bench
 #include <benchmark/benchmark.h>
 
@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdio>
 #include <iostream>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
 
@@ -70,9 +71,35 @@ confd_value_t row(std::int32_t index)
     return value;
 }
 
-double seconds_since(Clock::time_point begin)
+double seconds_of(const timeval &time)
 {
-    return std::chrono::duration<double>(Clock::now() - begin).count();
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+// Of this process and of the commands that it waited for.
+double processor_seconds()
+{
+    double seconds = 0;
+    for (const int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+        rusage usage{};
+        getrusage(who, &usage);
+        seconds += seconds_of(usage.ru_utime) + seconds_of(usage.ru_stime);
+    }
+    return seconds;
+}
+
+struct Side {
+    Samples wall;
+    double processor = 0;
+};
+
+template <typename Work> void time_one(Side &side, const Work &work)
+{
+    const double used = processor_seconds();
+    const auto begin = Clock::now();
+    work();
+    side.wall.push_back(std::chrono::duration<double>(Clock::now() - begin).count());
+    side.processor += processor_seconds() - used;
 }
 
 void run_command(const char *command)
@@ -84,16 +111,14 @@ void run_command(const char *command)
     if (pipe != nullptr) pclose(pipe);
 }
 
-double run_commands(bool with_speed)
+void run_commands(bool with_speed)
 {
-    const auto begin = Clock::now();
     for (const char *command : address_commands)
         run_command(command);
     if (with_speed) run_command(speed_command);
-    return seconds_since(begin);
 }
 
-double ask(const Question &question)
+void ask(const Question &question)
 {
     tollan_ctx module{};
     module.ready = 1;
@@ -102,32 +127,33 @@ double ask(const Question &question)
     confd_hkeypath_t path{};
     for (const confd_value_t &element : question.path)
         path.v[path.len++][0] = element;
-    const auto begin = Clock::now();
     question.provider(&tctx, &path);
-    return seconds_since(begin);
 }
 
-double percentile(Samples &samples, std::size_t percent)
+double median(Samples samples)
 {
-    const auto at = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() * percent / 100);
+    const auto at = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
     std::nth_element(samples.begin(), at, samples.end());
     return *at;
 }
 
+// The one goes first as often as the other.
 void compare(benchmark::State &state, const Question &question)
 {
-    Samples answers;
-    Samples commands;
-    while (state.KeepRunning()) {
-        commands.push_back(run_commands(question.with_speed));
-        answers.push_back(ask(question));
-        state.SetIterationTime(answers.back());
+    Side answers;
+    Side commands;
+    const auto answer = [&] { time_one(answers, [&] { ask(question); }); };
+    for (bool first = true; state.KeepRunning(); first = !first) {
+        if (first) answer();
+        time_one(commands, [&] { run_commands(question.with_speed); });
+        if (!first) answer();
+        state.SetIterationTime(answers.wall.back());
     }
     if (replied != question.entries) state.SkipWithError("an answer that lacks entries");
-    state.counters["answer_ms"] = percentile(answers, 50) * 1e3;
-    state.counters["commands_ms"] = percentile(commands, 50) * 1e3;
-    state.counters["ratio"] = percentile(answers, 50) / percentile(commands, 50);
-    state.counters["ratio_quiet"] = percentile(answers, 10) / percentile(commands, 10);
+    state.counters["answer_ms"] = median(answers.wall) * 1e3;
+    state.counters["commands_ms"] = median(commands.wall) * 1e3;
+    state.counters["ratio"] = median(answers.wall) / median(commands.wall);
+    state.counters["ratio_cpu"] = answers.processor / commands.processor;
 }
 
 Question view(std::uint32_t container, bool with_speed, int entries)
