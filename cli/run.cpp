@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <unistd.h>
 
+#include "cli/complete.h"
 #include "cli/execute.h"
 #include "cli/help.h"
 #include "cli/prompt.h"
@@ -45,10 +46,31 @@ int run_command(Cli *cli, const proto::Words &words, Options options, std::FILE 
     return cli->mode == in_configure ? read_lines(cli, in) : status;
 }
 
+// gwcli --complete LINE, for shells: what may stand at the end of the line, a word per line. Words of an agent that
+// does not answer are left out in silence: whatever is printed ends up in the operator's line.
+int print_candidates(Cli *cli, const std::string &line)
+{
+    const Typed typed = split_typed(line);
+    Options options;
+    proto::Words words;
+    std::string why;
+    if (!take_options(typed.words, 0, &options, &words, &why)) return exit_failed;
+    if (has(options, opt_port)) cli->link.port = options.port;
+    if (words.empty() && typed.partial.starts_with("--")) { // they belong to whatever command follows
+        for (const OptionRow &row : option_rows())
+            if (std::string_view(row.name).starts_with(typed.partial)) put(*cli, std::string(row.name) + "\n");
+        return exit_ok;
+    }
+    for (const proto::Candidate &candidate : complete_line(cli, line).list)
+        if (!candidate.word.empty()) put(*cli, proto::printable(candidate.word) + "\n");
+    return exit_ok;
+}
+
 } // namespace
 
 int run(Cli *cli, const std::vector<std::string> &arguments, std::FILE *in)
 {
+    if (arguments.size() == 2 && arguments[0] == "--complete") return print_candidates(cli, arguments[1]);
     Options options;
     proto::Words words;
     std::string why;
