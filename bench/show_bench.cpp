@@ -187,7 +187,7 @@ int main(int argc, char **argv)
     // The traces go where they go in the daemon's life, the figures to standard error.
     if (freopen("/dev/null", "w", stdout) == nullptr) return 1;
     benchmark::Initialize(&argc, argv);
-    benchmark::ConsoleReporter reporter(benchmark::ConsoleReporter::OO_Tabular);
+    benchmark::ConsoleReporter reporter(benchmark::ConsoleReporter::OO_None);
     reporter.SetOutputStream(&std::cerr);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;
