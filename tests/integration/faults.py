@@ -59,7 +59,7 @@ def mounted(*words):
 def small_disk(folder):
     """A file system of its own, empty at first."""
     os.makedirs(folder, exist_ok=True)
-    return mounted('-t', 'tmpfs', '-o', 'size=256k', 'none', folder)
+    return mounted('-t', 'tmpfs', '-o', 'size=8m', 'none', folder)
 
 
 @contextlib.contextmanager
