@@ -14,7 +14,8 @@ TEST(Frame, HasAFixedLayoutAndComesOutWhole)
     std::size_t used = 0;
     for (std::size_t n = 0; n < frame.size(); n++)
         EXPECT_EQ(next_frame(std::string_view(frame).substr(0, n), &read, &used), Parse::incomplete) << n;
-    ASSERT_EQ(next_frame(frame + "more", &read, &used), Parse::complete);
+    const std::string stream = frame + "more"; // the payload points into it
+    ASSERT_EQ(next_frame(stream, &read, &used), Parse::complete);
     EXPECT_TRUE(read.op == Op::get && read.id == 0x01020304 && read.payload == "ab" && used == frame.size());
 }
 
