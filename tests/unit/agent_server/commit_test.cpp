@@ -1,7 +1,5 @@
 // Candidates, commits, validation points, rollbacks, confirmed commits and what survives a restart.
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -135,15 +133,4 @@ TEST_F(CommitTest, AConfirmedCommitGoesBackByItself)
     EXPECT_EQ(ask_for<proto::CommitReply>(client, Op::confirm).outcome, Outcome::done);
     serve(app, 1300);
     EXPECT_EQ(value_of(client, description), "confirmed");
-}
-
-TEST_F(CommitTest, WithNoWholeFileTheFactorysIsUsed)
-{
-    set_description("one");
-    stop(SIGTERM);
-    for (const auto &entry : std::filesystem::directory_iterator(state_dir))
-        std::ofstream(entry.path()).close(); // empties it
-    restart();
-    EXPECT_EQ(value_of(client, "interface GigabitEthernet 0/0 ip address v4 ip"), "10.0.23.2");
-    set_description("two");
 }

@@ -118,19 +118,6 @@ TEST_F(OperationalTest, AWholeReadIsPartialWhenProvidersAreMissing)
     EXPECT_EQ(read("/interface"), "error");
 }
 
-TEST_F(OperationalTest, AProviderThatLeavesFailsTheReadAtOnce)
-{
-    const std::uint32_t id =
-        send(client, Op::get, proto::Get{proto::Source::operational, false, {"/if-mib/interfaces"}});
-    EXPECT_EQ(value_of(client, "snmp disable"), "true") << "reads of configuration do not wait";
-    hang_up(app.peer); // which has not answered
-    const Message answer = await(client, [id](const Message &m) { return m.id == id; });
-    const auto nodes = decoded<proto::Tree>(answer).nodes;
-    ASSERT_EQ(nodes.size(), 5U);
-    EXPECT_EQ(nodes[2].kind, NodeKind::error_mark);
-    EXPECT_EQ(nodes[2].text, "the application has disconnected") << "and not for want of time";
-}
-
 TEST_F(OperationalTest, ActionsNotificationsAndTraps)
 {
     const proto::Action clear{"clear-counters"};

@@ -6,29 +6,6 @@
 
 namespace {
 
-TEST(CommandTable, TakesWordsThatAreCutAndSaysWhatElseItWouldTake)
-{
-    const struct {
-        unsigned mode;
-        proto::Words words;
-        const char *found; // name and number of words, or what is wrong
-    } rows[] = {
-        {cli::in_operation, {"sh", "conf", "interface"}, "show configuration/2"                                },
-        {cli::in_operation, {"sh", "int", "b"},          "show interface brief/3"                              },
-        {cli::in_configure, {"rollback", "3"},           "rollback/1"                                          },
-        {cli::in_configure, {"show", "interface"},       "show/1"                                              },
-        {cli::in_configure, {"di"},                      "ambiguous word 'di'; may be diff or discard"         },
-        {cli::in_operation, {"sh", "ip", "x"},           "unknown word 'x' after 'sh ip'; expected dhcp or nat"},
-        {cli::in_configure, {"rollback", "list", "1"},   "rollback list/2"                                     },
-    };
-    for (const auto &row : rows) {
-        const cli::Lookup found = cli::look_up(row.mode, row.words);
-        EXPECT_EQ(found.command == nullptr ? found.why
-                                           : cli::name_of(*found.command) + "/" + std::to_string(found.used),
-                  row.found);
-    }
-}
-
 std::string offered(cli::Cli *session, const std::string &line)
 {
     const cli::Completion completion = cli::complete_line(session, line);
@@ -78,24 +55,6 @@ TEST(Completion, QuotesWhatItInserts)
         {"a b", "x"         }
     };
     EXPECT_EQ(cli::candidate_list({{}, listed}), "  <value>  an address\n  \"a b\"    x\n");
-}
-
-TEST(Words, AreSplitAsTheyWereQuoted)
-{
-    const std::pair<const char *, proto::Words> rows[] = {
-        {"  \t ",                    {}                        },
-        {"  # set a b",              {}                        },
-        {" set\ta  #b \r\n",         {"set", "a", "#b"}        },
-        {"set d LAN\\ port\\\\",     {"set", "d", "LAN port\\"}},
-        {"set d \"a \\\"b\\\" c\"x", {"set", "d", "a \"b\" cx"}},
-        {"set d \"\"",               {"set", "d", ""}          },
-    };
-    std::vector<cli::Word> words;
-    std::string why;
-    for (const auto &[line, expected] : rows) {
-        EXPECT_TRUE(cli::split_line(line, &words, &why)) << line;
-        EXPECT_EQ(cli::texts_of(words), expected) << line;
-    }
 }
 
 } // namespace

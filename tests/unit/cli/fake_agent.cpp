@@ -80,6 +80,10 @@ std::optional<std::string> Gateway::operator()(const peer::Message &frame)
         if (commit.accepted == warnings) return reply(proto::CommitReply{proto::Outcome::done, 5, {}});
         return reply(proto::CommitReply{proto::Outcome::needs_acceptance, 0, {warnings[accepted]}});
     }
+    if (frame.op == proto::Op::validate || frame.op == proto::Op::confirm || frame.op == proto::Op::abort_confirmed) {
+        log += "operation " + std::to_string(static_cast<int>(frame.op)) + "\n";
+        return reply(proto::CommitReply{proto::Outcome::done, 5, {}});
+    }
     if (frame.op == proto::Op::load) {
         const auto load = decoded<proto::Load>(frame);
         log += (load.replace ? "replace " : "merge ") + load.json + "\n";

@@ -46,13 +46,6 @@ TEST(Trees, AreIndentedSoThatTheirLinesMakePathsOrSetCommandsOrJson)
               "set ip dhcp pool options option 6 ip 10.0.0.1\n"
               "set ip dhcp pool options option 6 ip 10.0.0.2\n"
               "set snmp trap target 10.0.0.9 162 community \"a \\\"b\\\"\\\\x1b\"\n");
-    EXPECT_EQ(cli::json_tree(planted(configuration)),
-              R"({"gw-system:interface":{"GigabitEthernet":[{"port":"0/0","description":"LAN port",)"
-              R"("ip":{"address":{"v4":{"ip":"10.1.1.1"}}}}],"Cellular":[{"port":"1/0"}]},)"
-              R"("gw-system:ip":{"dhcp":{"pool":{"lease":{"lease-days":1},)"
-              R"("options":{"option":[{"code":6,"ip":["10.0.0.1","10.0.0.2"]}]}}}},)"
-              R"("gw-snmp:snmp":{"trap":{"target":[{"target-address":"10.0.0.9","udp-port":162,)"
-              R"("community":"a \"b\"\u001b"}]}}})");
 }
 
 TEST(Json, QuotesByTypeAndStaysValidWhateverTheTextIs)
@@ -76,17 +69,6 @@ TEST(Json, QuotesByTypeAndStaysValidWhateverTheTextIs)
         const proto::Tree tree = tree_of(leaf("m:l", row.text, row.type));
         EXPECT_EQ(cli::json_tree(planted(tree)), std::string("{\"m:l\":") + row.json + "}");
     }
-}
-
-TEST(Trees, ThatDoNotNestAreRefused)
-{
-    cli::Node root;
-    for (const proto::Tree &tree : {tree_of(in("a")), tree_of(end), tree_of(in("a"), end, end)})
-        EXPECT_FALSE(cli::plant(tree, &root));
-    proto::Tree deep;
-    deep.nodes.resize(100'000, in("a"));
-    deep.nodes.resize(200'000, end);
-    EXPECT_FALSE(cli::plant(deep, &root));
 }
 
 const proto::Tree brief = tree_of(

@@ -16,6 +16,12 @@ proto::Words words(const std::string &line)
     return cli::texts_of(cli::split_typed(line + " ").words);
 }
 
+void expect(const FakeAgent &agent, const std::vector<std::string> &arguments, const Ran &ran,
+            const std::string &input = "")
+{
+    EXPECT_EQ(run_gwcli(agent, arguments, input), ran) << testing::PrintToString(arguments) << input;
+}
+
 TEST(Show, AsksForWhatTheWordsSayAndPrintsItWithItsAncestors)
 {
     Gateway gateway;
@@ -52,24 +58,21 @@ TEST(Show, FailsOnlyWhenNothingCouldBeRead)
     gateway.tree = tree_of(in("gw-oper:transceiver"), in("diagnostics"), mark("diagnostics", "nobody serves it"), end,
                            mark("idprom", "nobody serves it"), end);
     const FakeAgent agent(std::ref(gateway));
-    EXPECT_EQ(run_gwcli(agent, {"show", "transceiver"}),
-              (Ran{1, "", "gwcli: /transceiver/diagnostics: nobody serves it (and 1 more could not be read)\n"}));
+    expect(agent, {"show", "transceiver"},
+           {1, "", "gwcli: /transceiver/diagnostics: nobody serves it (and 1 more could not be read)\n"});
     gateway.tree.nodes[4] = in("idprom");
     gateway.tree.nodes.insert(gateway.tree.nodes.begin() + 5, {leaf("vendor-name", "ACME  "), end});
-    EXPECT_EQ(run_gwcli(agent, {"show", "transceiver"}),
-              (Ran{0, "Identification\nVendor  ACME\n! /transceiver/diagnostics: nobody serves it\n", ""}));
-    EXPECT_EQ(run_gwcli(agent, {"show", "operational", "transceiver"}),
-              (Ran{0, "transceiver\n  ! diagnostics: nobody serves it\n  idprom vendor-name \"ACME  \"\n", ""}));
+    expect(agent, {"show", "transceiver"},
+           {0, "Identification\nVendor  ACME\n! /transceiver/diagnostics: nobody serves it\n", ""});
+    expect(agent, {"show", "operational", "transceiver"},
+           {0, "transceiver\n  ! diagnostics: nobody serves it\n  idprom vendor-name \"ACME  \"\n", ""});
     // The keys on the way to what was asked for were not read; those of entries that the agent found were.
     gateway.tree = tree_of(in("m:view"), entry("port"), key("name", "0/0"), mark("mtu", "no reply"), end, end);
-    EXPECT_EQ(run_gwcli(agent, {"show", "operational", "--json"}),
-              (Ran{1,
-                   R"({"error":{"code":"unreadable","path":"/view/port{0/0}/mtu","text":"no reply"}})"
-                   "\n",
-                   "gwcli: /view/port{0/0}/mtu: no reply\n"}));
+    expect(agent, {"show", "operational", "--json"},
+           {1, "{\"error\":{\"code\":\"unreadable\",\"path\":\"/view/port{0/0}/mtu\",\"text\":\"no reply\"}}\n",
+            "gwcli: /view/port{0/0}/mtu: no reply\n"});
     gateway.tree.nodes.insert(gateway.tree.nodes.end() - 2, mark("speed", "no reply"));
-    EXPECT_EQ(run_gwcli(agent, {"show", "operational"}),
-              (Ran{0, "view port 0/0\n  ! mtu: no reply\n  ! speed: no reply\n", ""}));
+    expect(agent, {"show", "operational"}, {0, "view port 0/0\n  ! mtu: no reply\n  ! speed: no reply\n", ""});
 }
 
 TEST(Show, ListsStatusRollbacksAndChanges)
@@ -94,24 +97,27 @@ TEST(Configure, ExecutesItsLinesUntilOneFailsOrTheSessionIsLeft)
 {
     Gateway gateway;
     const FakeAgent agent(std::ref(gateway));
-    EXPECT_EQ(run_gwcli(agent, {"configure", "set a --x \"b c\"", "delete d", "commit conf 60 comment \"why not\""}),
-              (Ran{0, "committed (transaction 5); taken back in 60 s unless confirmed\n", ""}));
-    EXPECT_EQ(run_gwcli(agent, {}, "# the LAN\nconfigure\n\n set a 1\ncommit\nexit\nclear counters\nquit\nnonsense\n"),
-              (Ran{0, "committed (transaction 5)\ncounters cleared\n", ""}));
+    expect(agent, {"configure", "set a --x \"b \\\"c\"", "delete d\\ e # f", "commit conf 60 comment \"why not\""},
+           {0, "committed (transaction 5); taken back in 60 s unless confirmed\n", ""});
+    expect(agent, {}, {0, "committed (transaction 5)\ncounters cleared\n", ""},
+           "# the LAN\nconfigure\n\n set a 1\ncommit\nexit\nclear counters\nquit\nnonsense\n");
     EXPECT_EQ(gateway.log,
-              "set a|--x|b c\ndelete d\ncommit 60 why not 0\nset a|1\ncommit 0  0\noperation 28\n"); // action
+              "set a|--x|b \"c\ndelete d e|#|f\ncommit 60 why not 0\nset a|1\ncommit 0  0\noperation 28\n"); // action
     gateway.log.clear();
-    EXPECT_EQ(run_gwcli(agent, {"configure", "set a 1", "set bad 1", "commit"}),
-              (Ran{1, "", "gwcli: line 2: /: \"bad\" is not known here\n"}));
+    expect(agent, {"configure", "validate", "confirm", "abort", "rollback 2"},
+           {0, "valid\nconfirmed (transaction 5)\ntaken back (transaction 5)\n",
+            "gwcli: changes that were not committed are discarded\n"});
+    EXPECT_EQ(gateway.log, "operation 21\noperation 23\noperation 24\noperation 25\noperation 19\n");
+    gateway.log.clear();
+    expect(agent, {"configure", "set a 1", "set bad 1", "commit"},
+           {1, "", "gwcli: line 2: /: \"bad\" is not known here\n"});
     EXPECT_EQ(gateway.log, "set a|1\nset bad|1\noperation 19\n"); // discard
-    EXPECT_EQ(run_gwcli(agent, {"configure", "set a 1"}),
-              (Ran{0, "", "gwcli: changes that were not committed are discarded\n"}));
     gateway.refuse_commit = "the pool lies outside";
-    EXPECT_EQ(run_gwcli(agent, {"--json", "configure", "set a 1", "commit"}),
-              (Ran{1,
-                   "{\"outcome\":\"done\"}\n"
-                   "{\"error\":{\"code\":\"refused\",\"path\":\"/ip/dhcp\",\"text\":\"the pool lies outside\"}}\n",
-                   "gwcli: line 2: /ip/dhcp: the pool lies outside\n"}));
+    expect(agent, {"--json", "configure", "set a 1", "commit"},
+           {1,
+            "{\"outcome\":\"done\"}\n"
+            "{\"error\":{\"code\":\"refused\",\"path\":\"/ip/dhcp\",\"text\":\"the pool lies outside\"}}\n",
+            "gwcli: line 2: /ip/dhcp: the pool lies outside\n"});
 }
 
 TEST(Configure, CommitsWithWarningsOnlyWhenTheyAreAccepted)
@@ -122,14 +128,14 @@ TEST(Configure, CommitsWithWarningsOnlyWhenTheyAreAccepted)
         {"/b", "second"}
     };
     const FakeAgent agent(std::ref(gateway));
-    EXPECT_EQ(run_gwcli(agent, {"configure", "set a 1", "commit"}),
-              (Ran{1, "warning: /a: first\nnot committed: there are warnings\n",
-                   "gwcli: line 2: /a: first; not committed, --accept-warnings would\n"}));
+    expect(agent, {"configure", "set a 1", "commit"},
+           {1, "warning: /a: first\nnot committed: there are warnings\n",
+            "gwcli: line 2: /a: first; not committed, --accept-warnings would\n"});
     const char *json = R"({"outcome":"needs-acceptance","transaction":"0","warnings":[{"path":"/a","text":"first"}]})";
     EXPECT_EQ(run_gwcli(agent, {"configure", "commit --json"}).out, std::string(json) + "\n");
     const Ran accepted = {0, "warning: /a: first\nwarning: /b: second\ncommitted (transaction 5)\n", ""};
-    EXPECT_EQ(run_gwcli(agent, {"configure", "--accept-warnings", "set a 1", "commit"}), accepted);
-    EXPECT_EQ(run_gwcli(agent, {"-", "--accept-warnings"}, "conf\ncommit\n"), accepted);
+    expect(agent, {"configure", "--accept-warnings", "set a 1", "commit"}, accepted);
+    expect(agent, {"-", "--accept-warnings"}, accepted, "conf\ncommit\n");
 }
 
 TEST(Load, CommitsTheFileOrLeavesNothingBehind)
@@ -138,16 +144,16 @@ TEST(Load, CommitsTheFileOrLeavesNothingBehind)
     const FakeAgent agent(std::ref(gateway));
     const std::string name = testing::TempDir() + "gwcli-load.json";
     std::ofstream(name) << "{}";
-    EXPECT_EQ(run_gwcli(agent, {"load", name, "--replace"}), (Ran{0, "committed (transaction 5)\n", ""}));
+    expect(agent, {"load", name, "--replace"}, {0, "committed (transaction 5)\n", ""});
     gateway.refuse_commit = "no";
-    EXPECT_EQ(run_gwcli(agent, {"-"}, "load " + name + "\n"), (Ran{1, "", "gwcli: line 1: /ip/dhcp: no\n"}));
+    expect(agent, {"-"}, {1, "", "gwcli: line 1: /ip/dhcp: no\n"}, "load " + name + "\n");
     const std::string commit = " {}\ncommit 0 load " + name + " 0\n";
     EXPECT_EQ(gateway.log, "replace" + commit + "merge" + commit + "operation 19\n");
     std::ofstream(name) << std::string(2'000'000, ' ');
     EXPECT_EQ(run_gwcli(agent, {"load", name}).err,
               "gwcli: load: more than the agent takes in one request (1048576 bytes)\n");
     std::remove(name.c_str());
-    EXPECT_EQ(run_gwcli(agent, {"load", name}), (Ran{1, "", "gwcli: " + name + ": No such file or directory\n"}));
+    expect(agent, {"load", name}, {1, "", "gwcli: " + name + ": No such file or directory\n"});
 }
 
 TEST(Watch, PrintsEventsAsTheyCome)
@@ -155,11 +161,11 @@ TEST(Watch, PrintsEventsAsTheyCome)
     setenv("TZ", "UTC", 1);
     Gateway gateway;
     const FakeAgent agent(std::ref(gateway));
-    EXPECT_EQ(run_gwcli(agent, {"watch", "--count", "2", "com", "traps"}),
-              (Ran{0,
-                   "2026-11-22 20:41:17.042 commit\n  /a/c\n"
-                   "2026-11-22 20:41:18.000 trap linkDown\n  ifIndex = 1\\x0a\n",
-                   ""}));
+    expect(agent, {"watch", "--count", "2", "com", "traps"},
+           {0,
+            "2026-11-22 20:41:17.042 commit\n  /a/c\n"
+            "2026-11-22 20:41:18.000 trap linkDown\n  ifIndex = 1\\x0a\n",
+            ""});
     EXPECT_EQ(run_gwcli(agent, {"watch", "--count=1", "--json"}).out,
               "{\"time\":\"2026-11-22T20:41:17.042Z\",\"kind\":\"commit\",\"name\":\"commit\",\"values\":"
               "[{\"name\":\"/a/c\",\"value\":\"\"}]}\n");
@@ -182,6 +188,8 @@ TEST(Usage, EndsWithTwoAndSaysWhatWouldBeAccepted)
         {"watch --json=1",               "1: --json takes no value"                                                   },
         {"watch --port=70000",           "1: --port takes a number from 1 to 65535, not '70000'"                      },
         {"sh ip",                        "1: incomplete command 'sh ip'; expected dhcp or nat"                        },
+        {"sh ip x",                      "1: unknown word 'x' after 'sh ip'; expected dhcp or nat"                    },
+        {"conf\ndi",                     "2: ambiguous word 'di'; may be diff or discard"                             },
         {"conf\nrollback 0",             "2: rollback takes a number from 1, see 'rollback list'"                     },
         {"help x\x1b",                   "1: no command begins with 'x\\x1b'"                                         },
         {"conf\n\nset a \"b\nset c d\n", "3: a quote is left open; close it with \""                                  },

@@ -28,11 +28,6 @@ using fakes::Events;
 
 const std::string folder = "/tmp/tmp/Intf/";
 
-std::string content(const std::string &path)
-{
-    return (std::stringstream() << std::ifstream(path).rdbuf()).str();
-}
-
 Events export_slot(int idx)
 {
     now += 600;
@@ -74,8 +69,8 @@ TEST(PsvExport, KeepsRowsUntilTheyArePublished)
     fakes::outcomes.outputs[first] = fakes::outcomes.outputs[second] = "";
     // The LAN's row finds a step pending and takes it along; the modem's is all of the next file.
     EXPECT_EQ(export_slot(5), (Events{lan, "output: " + first, cellular, "output: " + second}));
-    EXPECT_EQ(content(folder + "Intf-1700000000.psv") + content(folder + "Intf-1700001800.psv"),
-              content(GW_SOURCE_DIR "/tests/data/exports.psv"));
+    EXPECT_EQ(fakes::read_file(folder + "Intf-1700000000.psv") + fakes::read_file(folder + "Intf-1700001800.psv"),
+              fakes::read_file(GW_SOURCE_DIR "/tests/data/exports.psv"));
     EXPECT_EQ(read_current_stats(1).rx_pkts, 0U);
     std::filesystem::remove(folder + "Intf-1700001800.psv");
     std::filesystem::create_symlink("/dev/full", folder + "Intf-1700001800.psv");

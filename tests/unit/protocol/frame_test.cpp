@@ -6,19 +6,6 @@
 namespace proto {
 namespace {
 
-TEST(Frame, HasAFixedLayoutAndComesOutWhole)
-{
-    const std::string frame = make_frame(Op::get, 0x01020304, "ab");
-    EXPECT_EQ(frame, std::string("\0\0\0\7\x10\1\2\3\4ab", 11));
-    Frame read;
-    std::size_t used = 0;
-    for (std::size_t n = 0; n < frame.size(); n++)
-        EXPECT_EQ(next_frame(std::string_view(frame).substr(0, n), &read, &used), Parse::incomplete) << n;
-    const std::string stream = frame + "more"; // the payload points into it
-    ASSERT_EQ(next_frame(stream, &read, &used), Parse::complete);
-    EXPECT_TRUE(read.op == Op::get && read.id == 0x01020304 && read.payload == "ab" && used == frame.size());
-}
-
 TEST(Frame, WhatCannotBeTrustedIsMalformedBeforeItsPayloadCame)
 {
     const auto parse = [](std::string_view start) {
