@@ -54,8 +54,6 @@ TEST(Edit, SaysWhatWouldBeAccepted)
                                   "double quotes";
     const auto expect = [](const std::string &line, const std::string &error) { EXPECT_EQ(refused(line), error); };
     expect("interfaces", "/: \"interfaces\" is not known here: expected snmp, interface, ip, system");
-    expect("interface GigabitEthernet 00",
-           "/interface/GigabitEthernet: \"00\" is no port: expected slot/port such as 0/0");
     expect("interface GigabitEthernet", "/interface/GigabitEthernet: a key is missing: expected slot/port such as 0/0");
     expect(port + " media-type sfq", at + "/media-type: \"sfq\" is not accepted: expected sfp or rj45");
     expect(port + " media-type", at + "/media-type: a value is missing: expected sfp or rj45");

@@ -26,7 +26,7 @@ constexpr std::chrono::seconds patience{10};
 bool receive(Peer &peer)
 {
     char bytes[65536];
-    const ssize_t n = recv(peer.fd, bytes, sizeof bytes, 0);
+    const ssize_t n = recv(peer.socket.fd, bytes, sizeof bytes, 0);
     if (n <= 0) return false;
     peer.in.append(bytes, static_cast<std::size_t>(n));
     proto::Frame frame;
@@ -76,8 +76,8 @@ bool pump(Peer *peer, Application *app, int ms, bool *quiet = nullptr)
         answer(*app, message);
     }
     pollfd fds[] = {
-        {peer != nullptr ? peer->fd : -1,    POLLIN, 0},
-        {app != nullptr ? app->peer.fd : -1, POLLIN, 0}
+        {peer != nullptr ? peer->socket.fd : -1,    POLLIN, 0},
+        {app != nullptr ? app->peer.socket.fd : -1, POLLIN, 0}
     };
     const int ready = poll(fds, 2, ms);
     if (quiet != nullptr) *quiet = ready <= 0;
@@ -87,15 +87,9 @@ bool pump(Peer *peer, Application *app, int ms, bool *quiet = nullptr)
 
 } // namespace
 
-Peer::~Peer()
-{
-    hang_up(*this);
-}
-
 void hang_up(Peer &peer)
 {
-    if (peer.fd >= 0) close(peer.fd);
-    peer.fd = -1;
+    peer.socket = {};
     peer.in.clear();
     peer.messages.clear();
 }
@@ -109,11 +103,11 @@ std::uint16_t port()
 bool open_socket(Peer &peer)
 {
     hang_up(peer);
-    peer.fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    peer.socket = fakes::Handle(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const int on = 1;
-    setsockopt(peer.fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    setsockopt(peer.socket.fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     const sockaddr_in address{AF_INET, htons(port()), {htonl(INADDR_LOOPBACK)}, {}};
-    return ::connect(peer.fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    return ::connect(peer.socket.fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
 }
 
 void connect(Peer &peer, proto::Role role)
@@ -125,7 +119,7 @@ void connect(Peer &peer, proto::Role role)
 
 bool send_bytes(Peer &peer, const std::string &bytes)
 {
-    const ssize_t n = ::send(peer.fd, bytes.data(), bytes.size(), MSG_NOSIGNAL); // blocks until all is taken
+    const ssize_t n = ::send(peer.socket.fd, bytes.data(), bytes.size(), MSG_NOSIGNAL); // blocks until all is taken
     return n == static_cast<ssize_t>(bytes.size());
 }
 
@@ -180,7 +174,7 @@ bool join(Application &app)
 
 void serve(Application &app, int quiet_ms)
 {
-    for (bool quiet = false; app.peer.fd >= 0 && !quiet;)
+    for (bool quiet = false; app.peer.socket.fd >= 0 && !quiet;)
         pump(nullptr, &app, quiet_ms, &quiet);
 }
 

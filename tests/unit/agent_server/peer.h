@@ -24,26 +24,16 @@
 namespace test {
 
 using fakes::decoded;
-
-struct Message {
-    proto::Op op = proto::Op::error;
-    std::uint32_t id = 0;
-    std::string payload;
-};
+using fakes::Message;
 
 struct Application;
 
 struct Peer {
-    int fd = -1;
+    fakes::Handle socket;
     Application *app = nullptr; // goes on answering while this one waits
     std::string in;
     std::uint32_t last_id = 0;
     std::deque<Message> messages; // that came and nobody took
-
-    Peer() = default;
-    Peer(const Peer &) = delete;
-    Peer &operator=(const Peer &) = delete;
-    ~Peer();
 };
 
 struct Application {

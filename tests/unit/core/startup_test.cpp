@@ -34,7 +34,6 @@ std::string call_of_daemon(int stay, int keep)
 extern "C" {
 
 void *__real_calloc(size_t count, size_t size);
-
 void *__wrap_calloc(size_t count, size_t size)
 {
     return failing == "calloc" && size == sizeof(TarvoDaemon) ? nullptr : __real_calloc(count, size);
@@ -156,10 +155,8 @@ TEST(Startup, RunsItsStepsInOrderAndTearsDown)
         {"monitor thread", {},                         "name monitor_iface", none + "PTHREAD" + why},
         {"ntp thread",     {},                         "name ntp_loop",      none + "tarvo_ntp_loop thread" + why},
         {"",               {"-f", "1"},                "daemon 0 0",         foreground},
-        {"",               {"-fx"},                    "daemon 0 0",         foreground},
         {"",               {"other", "-x", "-f", "1"}, "daemon 0 0",         foreground},
         {"",               {"-f"},                     "daemon 0 0",         "daemon 0 0"},
-        {"",               {"-x", "f"},                "daemon 0 0",         "daemon 0 0"},
     };
     // clang-format on
     for (const auto &c : cases) {

@@ -74,8 +74,7 @@ TEST(Link, DevicesOfThisHost)
     ASSERT_EQ(zel_link_get("lo", info), 0);
     EXPECT_STREQ(info->if_name, "lo");
     EXPECT_STREQ(info->addr, "127.0.0.1");
-    EXPECT_EQ(info->addr_family, 2U);
-    EXPECT_TRUE(info->admin_status != 0 && info->oper_status != 0);
+    EXPECT_TRUE(info->addr_family == 2 && info->admin_status != 0 && info->oper_status != 0);
     EXPECT_EQ(info->link_oper & 0x49U, 0x49U) << "up, loopback, running";
 }
 

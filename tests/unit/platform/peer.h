@@ -18,27 +18,8 @@
 
 namespace peer {
 
-struct Handle { // closes what it holds
-    int fd = -1;
-    Handle() = default;
-    explicit Handle(int descriptor) : fd(descriptor) {}
-    Handle(Handle &&other) noexcept : fd(std::exchange(other.fd, -1)) {}
-    Handle &operator=(Handle &&other) noexcept
-    {
-        std::swap(fd, other.fd);
-        return *this;
-    }
-    ~Handle()
-    {
-        if (fd >= 0) close(fd);
-    }
-};
-
-struct Message {
-    proto::Op op = proto::Op::error;
-    std::uint32_t id = 0;
-    std::string payload;
-};
+using fakes::Handle;
+using fakes::Message;
 
 // The agent's address, port and all: each test process has a loopback of its own.
 inline sockaddr_in address(std::uint16_t port = proto::default_port)

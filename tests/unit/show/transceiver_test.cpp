@@ -146,15 +146,17 @@ TEST_F(Transceiver, SaysWhatTheIdPromHolds)
 
 TEST_F(Transceiver, NamesCodeValues)
 {
-    const auto name = [](std::size_t leaf, std::size_t at, int value) {
-        a0[at] = static_cast<std::uint8_t>(value);
-        return replies(idprom, {facts[leaf]});
+    const auto names = [](std::size_t leaf, std::size_t at, std::initializer_list<std::uint8_t> values) {
+        std::string all;
+        for (const std::uint8_t value : values)
+            a0[at] = value, all += replies(idprom, {facts[leaf]});
+        return all;
     };
-    EXPECT_EQ(name(0, 0, 4) + name(0, 0, 127) + name(0, 0, 128), R"("reserved"|"reserved"|"None"|)");
-    EXPECT_EQ(name(1, 2, 11) + name(1, 2, 12) + name(1, 2, 31), R"("Optical pigtail"|"reserved"|"reserved"|)");
-    EXPECT_EQ(name(1, 2, 32) + name(1, 2, 33) + name(1, 2, 34), R"("HSSDC II"|"Copper Pigtail"|"Uknown"|)");
-    EXPECT_EQ(name(2, 3, 8) + name(2, 3, 0x30) + name(2, 3, 128), R"("40G Base-CR4"|"Unknown"|"10G BASE-ER"|)");
-    EXPECT_EQ(name(3, 11, 1) + name(3, 11, 2) + name(3, 11, 5) + name(3, 11, 7), R"("8B10B"|""|""|"reserved"|)");
+    EXPECT_EQ(names(0, 0, {4, 127, 128}), R"("reserved"|"reserved"|"None"|)");
+    EXPECT_EQ(names(1, 2, {11, 12, 31, 32, 33, 34}),
+              R"("Optical pigtail"|"reserved"|"reserved"|"HSSDC II"|"Copper Pigtail"|"Uknown"|)");
+    EXPECT_EQ(names(2, 3, {8, 0x30, 128}), R"("40G Base-CR4"|"Unknown"|"10G BASE-ER"|)");
+    EXPECT_EQ(names(3, 11, {1, 2, 5, 7}), R"("8B10B"|""|""|"reserved"|)");
 }
 
 // The formula of SFF-8472: reading x slope + offset, slopes in 1/256; cut towards 0 by less than a unit.
