@@ -54,16 +54,19 @@ def is_above(ours, floor, bound):
     return bound != '' and ours > float(bound)
 
 
+def figure(number, unit):
+    return f'{number:.3g} {unit}' if number < 1000 else f'{number:.0f} {unit}'
+
+
 def cells(what, ours, unit, peer, floor, bound):
-    return (what, f'{ours:.3g} {unit}' if ours < 1000 else f'{ours:.0f} {unit}', f'{peer}: {floor:.3g} {unit}' if peer else '',
-            f'{ours / floor:.2f}' if floor else '', bound if bound.endswith('x') or not bound else f'{bound} {unit}',
-            'ABOVE' if is_above(ours, floor, bound) else '')
+    return (what, figure(ours, unit), f'{peer}: {figure(floor, unit)}' if peer else '', f'{ours / floor:.2f}' if floor else '',
+            bound if bound.endswith('x') or not bound else f'{bound} {unit}', 'ABOVE' if is_above(ours, floor, bound) else '')
 
 
 def main():
     lines = [line for name in sys.argv[1:] for line in open(name, errors='replace')]
     table = [('what', 'ours', 'peer or floor of the same run', 'ratio', 'bound', '')]
-    table += [cells(*row) for row in list(rows(lines))]
+    table += [cells(*row) for row in list(rows(lines))]  # a list: later lines change rows
     widths = [max(len(line[i]) for line in table) for i in range(6)]
     for line in table:
         print('  '.join(cell.rjust(width) if i in (1, 3, 4) else cell.ljust(width)
