@@ -1,7 +1,7 @@
 #include "agent/agent.h"
 
 #include "agent/dispatch.h"
-#include "agent/log.h"
+#include "service/log.h"
 
 namespace agent {
 
@@ -28,8 +28,8 @@ bool start_agent(Agent &agent, std::string *error)
     open_oper_store(*agent.models, options.state_dir, &agent.oper);
     load_applications(agent);
     resume_unconfirmed(agent);
-    log(LOG_NOTICE, "serving transaction %llu on 127.0.0.1:%u",
-        static_cast<unsigned long long>(agent.store.running.stamp.txid), options.port);
+    service::log(LOG_NOTICE, "serving transaction %llu on 127.0.0.1:%u",
+                 static_cast<unsigned long long>(agent.store.running.stamp.txid), options.port);
     return true;
 }
 

@@ -1,5 +1,4 @@
 #include "agent/handlers.h"
-#include "agent/log.h"
 
 namespace agent {
 

@@ -4,7 +4,7 @@
 #include <cinttypes>
 #include <cstdio>
 
-#include "agent/log.h"
+#include "service/log.h"
 
 namespace agent {
 
@@ -29,7 +29,7 @@ bool read_tree(const Datastore &store, const std::string &app, std::uint64_t txi
     std::string why;
     if (txid == 0) return true;
     if (read_version(store, tree_name(app, txid), version, &why)) return true;
-    log(LOG_ERR, "%s is not used: %s", tree_name(app, txid).c_str(), why.c_str());
+    service::log(LOG_ERR, "%s is not used: %s", tree_name(app, txid).c_str(), why.c_str());
     return false;
 }
 
@@ -44,7 +44,7 @@ Application read_app(const Datastore &store, const std::string &name)
     if (read_document(store.dir, state_name(name), &document, &why) != Found::whole ||
         sscanf(document.text.c_str(), "instance %" SCNu64 " interrupted %" SCNu64, // NOLINT(cert-err34-c)
                &app.instance, &interrupted) != 2) {
-        log(LOG_ERR, "%s is not used: %s", state_name(name).c_str(), why.c_str());
+        service::log(LOG_ERR, "%s is not used: %s", state_name(name).c_str(), why.c_str());
         keep_aside(store.dir, state_name(name));
         return app;
     }
@@ -133,14 +133,14 @@ void fold_interrupted(const Datastore &store, Application &app)
     model::Tree both = model::duplicate(app.acknowledged.tree.get());
     lyd_node *merged = both.release();
     if (lyd_merge_siblings(&merged, app.interrupted.tree.get(), 0) != LY_SUCCESS)
-        log(LOG_ERR, "%s: the trees of two transactions do not merge", app.name.c_str());
+        service::log(LOG_ERR, "%s: the trees of two transactions do not merge", app.name.c_str());
     both.reset(merged);
     std::string error;
     app.acknowledged = {app.interrupted.stamp, model::freeze(std::move(both))};
     app.interrupted = {};
     app.recorded = false;
     if (!write_tree(store, app, app.acknowledged, &error) || !write_app_state(store, app, &error))
-        log(LOG_ERR, "%s", error.c_str());
+        service::log(LOG_ERR, "%s", error.c_str());
 }
 
 } // namespace agent

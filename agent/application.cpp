@@ -4,7 +4,7 @@
 
 #include "agent/agent.h"
 #include "agent/app_state.h"
-#include "agent/log.h"
+#include "service/log.h"
 
 namespace agent {
 
@@ -117,7 +117,7 @@ void register_application(Agent &agent, Request request, const proto::Register &
     proto::Error error;
     std::vector<model::Row> rows;
     if (!acceptable(agent, record, &rows, &error) || !has_place(agent, request, record, &error)) {
-        log(LOG_ERR, "%s is not registered: %s", proto::printable(record.app).c_str(), error.text.c_str());
+        service::log(LOG_ERR, "%s is not registered: %s", proto::printable(record.app).c_str(), error.text.c_str());
         refuse(agent, request, error);
         return;
     }
@@ -133,8 +133,9 @@ void register_application(Agent &agent, Request request, const proto::Register &
     app.rows = std::move(rows);
     answer(agent, request,
            proto::encode(proto::RegisterReply{model::tags(*agent.models), model::namespaces(*agent.models)}));
-    log(LOG_INFO, "%s is registered: %zu subscriptions, %zu validation points, %zu callpoints", app.name.c_str(),
-        record.subscriptions.size(), record.validation_points.size(), record.callpoints.size());
+    service::log(LOG_INFO, "%s is registered: %zu subscriptions, %zu validation points, %zu callpoints",
+                 app.name.c_str(), record.subscriptions.size(), record.validation_points.size(),
+                 record.callpoints.size());
     begin_deliveries(agent, app);
 }
 
@@ -144,7 +145,7 @@ void application_gone(Agent &agent, PeerId peer)
                                  [peer](const auto &item) { return item.second.peer == peer; });
     if (it == agent.applications.end()) return;
     Application &app = it->second;
-    log(LOG_NOTICE, "%s is away", it->first.c_str());
+    service::log(LOG_NOTICE, "%s is away", it->first.c_str());
     if (app.registered.subscriptions.empty()) {
         agent.applications.erase(it);
     } else {

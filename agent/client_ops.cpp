@@ -2,11 +2,11 @@
 #include <memory>
 
 #include "agent/handlers.h"
-#include "agent/log.h"
 #include "agent/model/complete.h"
 #include "agent/model/edit.h"
 #include "agent/model/render.h"
-#include "agent/text.h"
+#include "service/log.h"
+#include "service/text.h"
 
 namespace agent {
 
@@ -208,7 +208,7 @@ void on_commit(Agent &agent, Request request, std::string_view payload)
 {
     proto::Commit record;
     if (!take(agent, request, payload, &record)) return;
-    record.comment = cut_text(proto::printable(record.comment), max_comment);
+    record.comment = service::cut_text(proto::printable(record.comment), max_comment);
     if (record.confirm_seconds > longest_confirmation) {
         refuse(agent, request, proto::ErrorCode::bad_value, "a confirmation can be awaited for 1..86400 seconds");
     } else {

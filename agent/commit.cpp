@@ -4,10 +4,10 @@
 #include <cassert>
 
 #include "agent/agent.h"
-#include "agent/log.h"
 #include "agent/model/edit.h"
 #include "agent/model/render.h"
 #include "agent/unconfirmed.h"
+#include "service/log.h"
 
 namespace agent {
 
@@ -91,7 +91,7 @@ void apply(Agent &agent)
         return;
     }
     if (!commit_version(agent.store, std::move(job.after), job.options.comment, &error.text)) {
-        log(LOG_ERR, "commit refused: %s", error.text.c_str());
+        service::log(LOG_ERR, "commit refused: %s", error.text.c_str());
         if (job.options.confirm_seconds != 0) forget_unconfirmed(agent); // its transaction number is free again
         refuse_job(agent, error);
         return;
@@ -100,7 +100,7 @@ void apply(Agent &agent)
     if (job.options.confirm_seconds != 0) hold_unconfirmed(agent, before.stamp.txid);
     if (job.restore != 0) forget_unconfirmed(agent);
     settle_session(agent, job);
-    log(LOG_NOTICE, "transaction %llu committed", static_cast<unsigned long long>(job.txid));
+    service::log(LOG_NOTICE, "transaction %llu committed", static_cast<unsigned long long>(job.txid));
     committed(agent, before.tree.get(), agent.store.running.tree.get());
     deliver(agent);
 }
@@ -178,8 +178,8 @@ void begin(Agent &agent)
     }
     if (!take_tree(agent, job, &error)) {
         if (job.restore != 0) {
-            log(LOG_ERR, "cannot go back to transaction %llu: %s", static_cast<unsigned long long>(job.restore),
-                error.text.c_str());
+            service::log(LOG_ERR, "cannot go back to transaction %llu: %s",
+                         static_cast<unsigned long long>(job.restore), error.text.c_str());
             forget_unconfirmed(agent);
         }
         refuse_job(agent, error);

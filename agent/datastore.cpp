@@ -10,8 +10,8 @@
 #include <sys/stat.h>
 
 #include "agent/killpoint.h"
-#include "agent/log.h"
 #include "agent/model/edit.h"
+#include "service/log.h"
 
 namespace agent {
 
@@ -83,12 +83,12 @@ bool use_previous(Datastore &store, std::string *error)
         Version version;
         std::string why;
         if (read_version(store, version_name(stamp.txid), &version, &why)) {
-            log(LOG_ERR, "using the configuration of transaction %llu instead",
-                static_cast<unsigned long long>(stamp.txid));
+            service::log(LOG_ERR, "using the configuration of transaction %llu instead",
+                         static_cast<unsigned long long>(stamp.txid));
             const std::string comment = "restored transaction " + std::to_string(stamp.txid);
             return commit_version(store, model::duplicate(version.tree.get()), comment, error);
         }
-        log(LOG_ERR, "%s is not used: %s", version_name(stamp.txid).c_str(), why.c_str());
+        service::log(LOG_ERR, "%s is not used: %s", version_name(stamp.txid).c_str(), why.c_str());
         keep_aside(store.dir, version_name(stamp.txid));
         store.history.erase(store.history.begin());
     }
@@ -103,7 +103,7 @@ bool use_factory(Datastore &store, const std::string &factory, std::string *erro
         *error = "factory configuration " + factory + ": " + (error->empty() ? "it does not exist" : *error);
         return false;
     }
-    log(LOG_NOTICE, "starting from the factory configuration %s", factory.c_str());
+    service::log(LOG_NOTICE, "starting from the factory configuration %s", factory.c_str());
     return commit_version(store, std::move(tree), "factory configuration", error);
 }
 
@@ -162,7 +162,7 @@ bool open_datastore(const model::Models &models, const std::string &dir, const s
     }
     read_history(*store, 0);
     if (exists) {
-        log(LOG_ERR, "%s/%s is not used: %s", dir.c_str(), running_name, why.c_str());
+        service::log(LOG_ERR, "%s/%s is not used: %s", dir.c_str(), running_name, why.c_str());
         keep_aside(dir, running_name);
     }
     // Also when there is none: the agent may have ended between putting the damaged one aside and writing another.
@@ -184,7 +184,7 @@ bool commit_version(Datastore &store, model::Tree tree, const std::string &comme
         remove_file(store.dir, version_name(document.stamp.txid));
         return false;
     }
-    if (!sync_directory(store.dir)) log(LOG_ERR, "cannot flush %s: %s", store.dir.c_str(), strerror(errno));
+    if (!sync_directory(store.dir)) service::log(LOG_ERR, "cannot flush %s: %s", store.dir.c_str(), strerror(errno));
     kill_point("before-swap");
     if (store.running.tree) store.history.insert(store.history.begin(), store.running.stamp);
     store.last_txid = document.stamp.txid;

@@ -4,9 +4,9 @@
 #include "agent/app_state.h"
 #include "agent/application.h"
 #include "agent/killpoint.h"
-#include "agent/log.h"
-#include "agent/text.h"
 #include "protocol/value.h"
+#include "service/log.h"
+#include "service/text.h"
 
 namespace agent {
 
@@ -18,7 +18,7 @@ constexpr std::size_t max_remark = 200; // bytes
 
 void remark(Application &app, const std::string &text)
 {
-    log(LOG_WARNING, "%s: %s", app.name.c_str(), text.c_str());
+    service::log(LOG_WARNING, "%s: %s", app.name.c_str(), text.c_str());
     app.remarks.push_back({"", app.name + ": " + text});
     if (app.remarks.size() <= max_remarks) return;
     app.remarks.pop_front();
@@ -71,7 +71,7 @@ std::string complaint(const Answer &answer, bool *over)
     if (answer.unsent) return "a delivery is skipped: " + answer.error.text; // nor would it fit the next time
     const bool readable = answer.ok && proto::decode(answer.payload, &status);
     *over = !readable;
-    if (!answer.ok) return "a delivery failed: " + cut_text(proto::printable(answer.error.text), max_remark);
+    if (!answer.ok) return "a delivery failed: " + service::cut_text(proto::printable(answer.error.text), max_remark);
     if (!readable) return "its answer cannot be read";
     return status.status == 0 ? "" : "a handler reported failure " + std::to_string(status.status);
 }
@@ -83,7 +83,7 @@ void delivered(Agent &agent, Application &app, const Answer &answer, bool of_lis
     bool over = false;
     const std::string text = complaint(answer, &over);
     if (!text.empty() && of_list) remark(app, text);
-    if (!text.empty() && !of_list) log(LOG_WARNING, "%s: %s", app.name.c_str(), text.c_str());
+    if (!text.empty() && !of_list) service::log(LOG_WARNING, "%s: %s", app.name.c_str(), text.c_str());
     app.busy = over; // until the connection is down
     if (over) close_peer(agent.server, app.peer, "its deliveries start again when it is back");
 }
@@ -143,7 +143,7 @@ void record_targets(Agent &agent)
         if (app.interrupted.stamp.txid == 0 || app.recorded) continue;
         std::string error;
         app.recorded = write_app_state(agent.store, app, &error);
-        if (!app.recorded) log(LOG_ERR, "%s: %s", name.c_str(), error.c_str());
+        if (!app.recorded) service::log(LOG_ERR, "%s: %s", name.c_str(), error.c_str());
     }
 }
 
@@ -153,7 +153,7 @@ void operational_written(Agent &agent, const lyd_node *before, const lyd_node *a
         if (app.peer == 0) continue;
         for (proto::Deliver &call : model::operational_change(*agent.models, app.rows, before, after)) {
             if (app.operational.size() >= max_operational) {
-                log(LOG_WARNING, "%s does not keep up with operational changes: one is dropped", name.c_str());
+                service::log(LOG_WARNING, "%s does not keep up with operational changes: one is dropped", name.c_str());
                 app.operational.pop_front();
             }
             app.operational.push_back(std::move(call));

@@ -5,7 +5,6 @@
 #include <iterator>
 
 #include "agent/handlers.h"
-#include "agent/log.h"
 
 namespace agent {
 

@@ -3,9 +3,9 @@
 #include <chrono>
 
 #include "agent/agent.h"
-#include "agent/log.h"
 #include "agent/model/render.h"
 #include "protocol/value.h"
+#include "service/log.h"
 
 namespace agent {
 
@@ -52,7 +52,7 @@ void notification_came(Agent &agent, const proto::Notify &record)
     proto::Event event = make_event(proto::watch_notifications, "");
     std::string error;
     if (!model::notification_text(*agent.models, record.values, &event.name, &event.pairs, &error)) {
-        log(LOG_WARNING, "a notification is dropped: %s", error.c_str());
+        service::log(LOG_WARNING, "a notification is dropped: %s", error.c_str());
     } else {
         tell(agent, event);
     }

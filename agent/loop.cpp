@@ -5,7 +5,7 @@
 
 #include <event2/event.h>
 
-#include "agent/log.h"
+#include "service/log.h"
 
 namespace agent {
 
@@ -23,7 +23,7 @@ namespace {
 
 void on_signal(evutil_socket_t number, short /*what*/, void *context)
 {
-    log(LOG_NOTICE, "ending on signal %d", static_cast<int>(number));
+    service::log(LOG_NOTICE, "ending on signal %d", static_cast<int>(number));
     event_base_loopbreak(static_cast<event_base *>(context));
 }
 
@@ -88,7 +88,7 @@ Timer start_timer(const Loop &loop, std::chrono::milliseconds after, std::functi
     timeval tv{};
     tv.tv_sec = after.count() / 1000;
     tv.tv_usec = static_cast<suseconds_t>(after.count() % 1000) * 1000;
-    if (timer->ev == nullptr || evtimer_add(timer->ev, &tv) != 0) log(LOG_ERR, "cannot start a timer");
+    if (timer->ev == nullptr || evtimer_add(timer->ev, &tv) != 0) service::log(LOG_ERR, "cannot start a timer");
     return timer;
 }
 

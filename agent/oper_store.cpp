@@ -3,11 +3,11 @@
 #include <ctime>
 
 #include "agent/datastore.h"
-#include "agent/log.h"
 #include "agent/model/edit.h"
 #include "agent/model/render.h"
 #include "agent/model/values.h"
 #include "agent/persist.h"
+#include "service/log.h"
 
 namespace agent {
 
@@ -34,7 +34,7 @@ void save(const OperStore &store)
         json_text(store.tree.get())
     };
     if (!replace_file(store.dir, file_name, with_trailer(document), Sync::none, &error))
-        log(LOG_ERR, "operational values are not kept: %s", error.c_str());
+        service::log(LOG_ERR, "operational values are not kept: %s", error.c_str());
 }
 
 bool parse(const model::Models &models, const std::string &text, model::Snapshot *tree)
@@ -57,7 +57,7 @@ void open_oper_store(const model::Models &models, const std::string &dir, OperSt
     std::string why;
     const Found found = read_document(dir, file_name, &document, &why);
     if (found == Found::missing) return;
-    if (found == Found::damaged) log(LOG_WARNING, "operational values are lost: %s", why.c_str());
+    if (found == Found::damaged) service::log(LOG_WARNING, "operational values are lost: %s", why.c_str());
     const bool ours = found == Found::whole && document.stamp.comment == store->boot_id;
     if (!ours || !parse(models, document.text, &store->tree)) {
         store->tree.reset();

@@ -2,6 +2,7 @@
 #define GW_AGENT_OPTIONS_H
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "protocol/frame.h"
@@ -16,11 +17,8 @@ struct Options {
     bool echo_log = false;
 };
 
-enum class ParseResult : std::uint8_t { run, help, wrong };
-
-// wrong: *error names the argument.
-ParseResult parse_options(int argc, char *const *argv, Options *options, std::string *error);
-extern const char *const usage;
+// See service::take_options().
+bool take_options(std::span<char *const> args, Options *options, int *status);
 
 } // namespace agent
 

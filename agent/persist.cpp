@@ -12,9 +12,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "agent/log.h"
-#include "agent/text.h"
 #include "protocol/value.h"
+#include "service/log.h"
+#include "service/text.h"
 
 namespace agent {
 
@@ -69,7 +69,8 @@ std::string with_trailer(const Document &document)
     snprintf(numbers, sizeof numbers,
              "\n#gw length=%zu txid=%" PRIu64 " time=%" PRId64 " comment=", document.text.size(), document.stamp.txid,
              document.stamp.time);
-    std::string file = document.text + numbers + cut_text(proto::printable(document.stamp.comment), max_comment);
+    std::string file =
+        document.text + numbers + service::cut_text(proto::printable(document.stamp.comment), max_comment);
     char hash[hash_digits + 1];
     snprintf(hash, sizeof hash, "%016" PRIx64, hash_of(file));
     return file.append(hash_mark).append(hash).append("\n");
@@ -186,7 +187,7 @@ void remove_file(const std::string &dir, const std::string &name)
 {
     const std::string path = dir + "/" + name;
     if (unlink(path.c_str()) != 0 && errno != ENOENT)
-        log(LOG_WARNING, "cannot remove %s: %s", path.c_str(), strerror(errno));
+        service::log(LOG_WARNING, "cannot remove %s: %s", path.c_str(), strerror(errno));
 }
 
 void keep_aside(const std::string &dir, const std::string &name)
@@ -198,7 +199,7 @@ void keep_aside(const std::string &dir, const std::string &name)
         if (errno != EEXIST) return;
         aside = start + "." + std::to_string(n);
     }
-    log(LOG_ERR, "kept it as %s", aside.c_str());
+    service::log(LOG_ERR, "kept it as %s", aside.c_str());
 }
 
 std::vector<std::string> list_files(const std::string &dir)

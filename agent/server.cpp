@@ -14,10 +14,10 @@
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
-#include "agent/log.h"
-#include "agent/text.h"
 #include "protocol/value.h"
 #include "protocol/wire.h"
+#include "service/log.h"
+#include "service/text.h"
 
 namespace agent {
 
@@ -74,7 +74,7 @@ void end(Connection &c, const char *why)
     c.closing = true;
     bufferevent_disable(c.bev.get(), EV_READ | EV_WRITE);
     event_active(c.server->reaper.get(), EV_TIMEOUT, 0);
-    if (why != nullptr) log(LOG_NOTICE, "closing %s[%u]: %s", c.info.name.c_str(), c.info.pid, why);
+    if (why != nullptr) service::log(LOG_NOTICE, "closing %s[%u]: %s", c.info.name.c_str(), c.info.pid, why);
 }
 
 void reap(evutil_socket_t /*fd*/, short /*what*/, void *context)
@@ -105,7 +105,7 @@ void turn_away(Connection &c, std::uint32_t id, proto::ErrorCode code, const cha
     proto::Error error;
     error.code = code;
     error.text = why;
-    log(LOG_NOTICE, "turning a peer away: %s", why);
+    service::log(LOG_NOTICE, "turning a peer away: %s", why);
     put_frame(c, proto::Op::error, id, proto::encode(error));
     c.leaving = true;
     bufferevent_disable(c.bev.get(), EV_READ);
@@ -129,7 +129,7 @@ void greet(Connection &c, const proto::Frame &frame)
     c.deadline.reset();
     c.greeted = true;
     c.info.role = hello.role;
-    c.info.name = cut_text(proto::printable(hello.name), max_name);
+    c.info.name = service::cut_text(proto::printable(hello.name), max_name);
     c.info.pid = hello.pid;
     c.server->events.greeted(c.info);
     proto::HelloReply reply;
@@ -240,7 +240,7 @@ void on_accept(evconnlistener * /*listener*/, evutil_socket_t fd, sockaddr * /*a
         make_room(server) ? bufferevent_socket_new(base_of(*server.loop), fd, BEV_OPT_CLOSE_ON_FREE) : nullptr;
     if (bev == nullptr) {
         evutil_closesocket(fd);
-        log(LOG_WARNING, "connection refused: %zu are open", server.connections.size());
+        service::log(LOG_WARNING, "connection refused: %zu are open", server.connections.size());
         return;
     }
     Connection &c = server.connections[++server.last_id];
@@ -257,7 +257,7 @@ void on_accept(evconnlistener * /*listener*/, evutil_socket_t fd, sockaddr * /*a
 
 void on_accept_error(evconnlistener * /*listener*/, void * /*context*/)
 {
-    log(LOG_ERR, "cannot accept a connection: %s", strerror(errno));
+    service::log(LOG_ERR, "cannot accept a connection: %s", strerror(errno));
 }
 
 } // namespace

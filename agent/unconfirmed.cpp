@@ -6,7 +6,7 @@
 #include <ctime>
 
 #include "agent/agent.h"
-#include "agent/log.h"
+#include "service/log.h"
 
 namespace agent {
 
@@ -19,8 +19,8 @@ void go_back(Agent &agent, Request request, const std::string &why)
 {
     const Unconfirmed &waiting = agent.commits.unconfirmed;
     const std::string comment = "transaction " + std::to_string(waiting.txid) + " " + why;
-    log(LOG_WARNING, "%s: going back to transaction %llu", comment.c_str(),
-        static_cast<unsigned long long>(waiting.previous));
+    service::log(LOG_WARNING, "%s: going back to transaction %llu", comment.c_str(),
+                 static_cast<unsigned long long>(waiting.previous));
     queue_restore(agent, request, waiting.previous, comment);
 }
 
@@ -58,7 +58,7 @@ void await_confirmation(Agent &agent, std::uint32_t seconds)
     const Unconfirmed &waiting = agent.commits.unconfirmed;
     std::string error;
     if (!remember(agent, waiting.txid, waiting.previous, seconds, &error))
-        log(LOG_ERR, "a restart counts the time from the commit: %s", error.c_str());
+        service::log(LOG_ERR, "a restart counts the time from the commit: %s", error.c_str());
     start_time(agent, std::chrono::seconds(seconds));
 }
 
@@ -77,7 +77,7 @@ void confirm_commit(Agent &agent, Request request)
         return;
     }
     forget_unconfirmed(agent);
-    log(LOG_NOTICE, "transaction %llu confirmed", static_cast<unsigned long long>(txid));
+    service::log(LOG_NOTICE, "transaction %llu confirmed", static_cast<unsigned long long>(txid));
     answer(agent, request, proto::encode(proto::CommitReply{proto::Outcome::done, txid, {}}));
 }
 
@@ -111,8 +111,8 @@ void resume_unconfirmed(Agent &agent)
     const std::int64_t now = std::time(nullptr);
     const bool is_over = document.stamp.time > now || document.stamp.time < now - whole;
     const std::int64_t left = is_over ? 0 : whole - (now - document.stamp.time);
-    log(LOG_NOTICE, "transaction %llu still waits for its confirmation",
-        static_cast<unsigned long long>(document.stamp.txid));
+    service::log(LOG_NOTICE, "transaction %llu still waits for its confirmation",
+                 static_cast<unsigned long long>(document.stamp.txid));
     hold_unconfirmed(agent, previous);
     start_time(agent, std::chrono::seconds(left));
 }

@@ -10,7 +10,7 @@
 #include <charconv>
 #include <memory>
 
-#include "snmp/log.h"
+#include "service/log.h"
 #include "snmp/netsnmp.h"
 
 namespace snmp {
@@ -85,7 +85,8 @@ void load_engine(const std::string &dir)
     const std::size_t got = file ? fread(bytes, 1, sizeof bytes, file.get()) : 0;
     Engine engine;
     if (!parse_engine({bytes, got}, &engine)) {
-        if (file) log(LOG_ERR, "%s is damaged: managers that use SNMPv3 meet a new engine", path_in(dir).c_str());
+        if (file)
+            service::log(LOG_ERR, "%s is damaged: managers that use SNMPv3 meet a new engine", path_in(dir).c_str());
         return;
     }
     // The library counts this start itself, and starts again from 1 when the identifier is not the old one.
@@ -102,8 +103,8 @@ void store_engine(const std::string &dir)
     const std::string next = path + ".new";
     mkdir(dir.c_str(), 0700);
     if (!write_whole(next, render_engine(engine_of_library())) || rename(next.c_str(), path.c_str()) != 0) {
-        log(LOG_ERR, "cannot write %s: %s; managers that use SNMPv3 will refuse the next start", path.c_str(),
-            strerror(errno));
+        service::log(LOG_ERR, "cannot write %s: %s; managers that use SNMPv3 will refuse the next start", path.c_str(),
+                     strerror(errno));
     }
 }
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "protocol/hello.h"
-#include "snmp/log.h"
+#include "service/log.h"
 
 namespace snmp {
 
@@ -50,7 +50,7 @@ void hello_answered(Gateway *gateway, const Message &message, Time now)
         drop_link(&gateway->link, "it speaks another version of the protocol", now);
         return;
     }
-    log(LOG_NOTICE, "connected to the agent, version %s", reply.agent_version.c_str());
+    service::log(LOG_NOTICE, "connected to the agent, version %s", reply.agent_version.c_str());
     gateway->greeted = true;
     link_is_good(&gateway->link);
     ask_config(gateway, now);
@@ -63,13 +63,13 @@ void config_answered(Gateway *gateway, const Message &message)
     proto::Tree tree;
     gateway->config_id = 0;
     if (message.op != proto::Op::reply || !proto::decode(message.payload, &tree)) {
-        log(LOG_ERR, "the agent does not tell the configuration; the last known one stays");
+        service::log(LOG_ERR, "the agent does not tell the configuration; the last known one stays");
         return;
     }
     Config config = config_of(tree);
     if (config == gateway->config) return;
-    log(LOG_NOTICE, "requests are %s, %zu trap targets", config.answers ? "answered" : "switched off",
-        config.targets.size());
+    service::log(LOG_NOTICE, "requests are %s, %zu trap targets", config.answers ? "answered" : "switched off",
+                 config.targets.size());
     gateway->config = std::move(config);
     gateway->next_try = {};
 }
@@ -86,7 +86,7 @@ void tables_answered(Gateway *gateway, const Message &message)
         snapshot.fault = "the agent refuses to read them";
     }
     if (!snapshot.fault.empty() && snapshot.fault != gateway->tables.snapshot.fault) {
-        log(LOG_WARNING, "interfaces are missing or incomplete: %s", snapshot.fault.c_str());
+        service::log(LOG_WARNING, "interfaces are missing or incomplete: %s", snapshot.fault.c_str());
     }
     refreshed(&gateway->tables, std::move(snapshot), gateway->tables_asked);
 }
@@ -95,7 +95,7 @@ void event_came(Gateway *gateway, const Message &message)
 {
     proto::Event event;
     if (!proto::decode(message.payload, &event)) {
-        log(LOG_ERR, "the agent sent an event that cannot be read");
+        service::log(LOG_ERR, "the agent sent an event that cannot be read");
     } else if (event.kind == proto::watch_traps) {
         gateway->traps.push_back(std::move(event));
     } else if (event.kind == proto::watch_commits) {
@@ -132,7 +132,7 @@ void tend_ports(Gateway *gateway, Time now)
     if (listening || !gateway->config.answers || now < gateway->next_try) return;
     gateway->next_try = now + listen_pause;
     if (open_ports(&gateway->master, gateway->options.listen)) {
-        log(LOG_NOTICE, "answering on %s", gateway->options.listen.c_str());
+        service::log(LOG_NOTICE, "answering on %s", gateway->options.listen.c_str());
     }
 }
 

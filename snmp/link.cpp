@@ -10,7 +10,7 @@
 
 #include <algorithm>
 
-#include "snmp/log.h"
+#include "service/log.h"
 
 namespace snmp {
 
@@ -79,7 +79,7 @@ Descriptor::~Descriptor()
 void drop_link(Link *link, const char *why, Time now)
 {
     if (link->state == LinkState::open || link->pause == std::chrono::seconds(1)) {
-        log(LOG_WARNING, "no agent at 127.0.0.1:%u: %s", link->port, why);
+        service::log(LOG_WARNING, "no agent at 127.0.0.1:%u: %s", link->port, why);
     }
     if (link->socket.fd >= 0) close(link->socket.fd);
     link->socket.fd = -1;

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <unistd.h>
 
+#include "service/log.h"
 #include "snmp/engine.h"
-#include "snmp/log.h"
 #include "snmp/netsnmp.h"
 
 // Parts of the library whose headers are not installed.
@@ -25,7 +25,7 @@ constexpr char name[] = "gw-snmp";
 int on_library_log(int /*major*/, int /*minor*/, void *message, void * /*context*/)
 {
     const auto *line = static_cast<const snmp_log_message *>(message);
-    log(line->priority, "%.*s", static_cast<int>(strcspn(line->msg, "\n")), line->msg);
+    service::log(line->priority, "%.*s", static_cast<int>(strcspn(line->msg, "\n")), line->msg);
     return 0;
 }
 
@@ -53,7 +53,7 @@ void keep_to_own_files(const Options &options)
     if (access(options.config.c_str(), R_OK) == 0) {
         netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_OPTIONALCONFIG, options.config.c_str());
     } else {
-        log(LOG_ERR, "cannot read %s: no manager has access", options.config.c_str());
+        service::log(LOG_ERR, "cannot read %s: no manager has access", options.config.c_str());
     }
 }
 
@@ -94,7 +94,7 @@ bool open_ports(Master *master, const std::string &addresses)
         const std::string address = addresses.substr(at, end - at);
         const int port = netsnmp_agent_listen_on(address.c_str());
         if (port <= 0) {
-            log(LOG_ERR, "cannot listen on %s: %s", address.c_str(), strerror(errno));
+            service::log(LOG_ERR, "cannot listen on %s: %s", address.c_str(), strerror(errno));
             close_ports(master);
             return false;
         }

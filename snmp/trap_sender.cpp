@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "snmp/log.h"
+#include "service/log.h"
 #include "snmp/netsnmp.h"
 #include "snmp/trap_message.h"
 
@@ -117,26 +117,27 @@ void send_trap(const proto::Event &event, const std::vector<Target> &targets, Tr
     const TrapMessage message = translate(event);
     const char *name = event.name.c_str();
     if (message.trap == nullptr) {
-        log(LOG_WARNING, "trap %s has no identifier and is not sent; %lu so far", name, ++counters->unknown_traps);
+        service::log(LOG_WARNING, "trap %s has no identifier and is not sent; %lu so far", name,
+                     ++counters->unknown_traps);
         return;
     }
     if (!message.unknown.empty()) {
         counters->unknown_bindings += event.pairs.size() - message.bindings.size();
-        log(LOG_WARNING, "trap %s goes without %s, which have no identifier; %lu so far", name, message.unknown.c_str(),
-            counters->unknown_bindings);
+        service::log(LOG_WARNING, "trap %s goes without %s, which have no identifier; %lu so far", name,
+                     message.unknown.c_str(), counters->unknown_bindings);
     }
     if (targets.empty()) {
-        log(LOG_WARNING, "trap %s has nowhere to go: no target is configured; %lu so far", name,
-            ++counters->without_target);
+        service::log(LOG_WARNING, "trap %s has nowhere to go: no target is configured; %lu so far", name,
+                     ++counters->without_target);
     }
     for (const Target &target : targets) {
         const std::string fault = send_to(target, message);
         if (fault.empty()) {
             counters->sent++;
-            log(LOG_INFO, "trap %s sent to %s port %u", name, target.address.c_str(), target.port);
+            service::log(LOG_INFO, "trap %s sent to %s port %u", name, target.address.c_str(), target.port);
         } else {
-            log(LOG_WARNING, "trap %s not sent to %s port %u: %s; %lu so far", name, target.address.c_str(),
-                target.port, fault.c_str(), ++counters->failed);
+            service::log(LOG_WARNING, "trap %s not sent to %s port %u: %s; %lu so far", name, target.address.c_str(),
+                         target.port, fault.c_str(), ++counters->failed);
         }
     }
 }

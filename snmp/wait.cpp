@@ -8,7 +8,7 @@
 
 #include <algorithm>
 
-#include "snmp/log.h"
+#include "service/log.h"
 #include "snmp/netsnmp.h"
 
 #include <net-snmp/library/large_fd_set.h>
@@ -106,7 +106,7 @@ bool run_loop(Gateway *gateway, int signals)
         const int ready = netsnmp_large_fd_set_select(sets.count, &sets.read.set, &sets.write.set, nullptr, &left);
         if (ready < 0 && errno == EINTR) continue;
         if (ready < 0) {
-            log(LOG_CRIT, "cannot wait: %s", strerror(errno));
+            service::log(LOG_CRIT, "cannot wait: %s", strerror(errno));
             return false;
         }
         if (has(sets, sets.read, signals)) return true;

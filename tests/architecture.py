@@ -29,10 +29,11 @@ ARROWS = {
     'config': BASE | {'show', 'dhcp'},          # interface readers; passthrough re-applies the pool
     'dhcp': BASE | {'pat', 'monitor'},          # active mappings; the change notification
     'core': BASE | {'monitor', 'ntp', 'show', 'config', 'dhcp', 'pat'},
+    'service': {'protocol'},
     'agent/model': {'protocol'},
-    'agent': {'protocol', 'agent/model'},
-    'cli': {'protocol'},
-    'snmp': {'protocol'},
+    'agent': {'protocol', 'service', 'agent/model'},
+    'cli': {'protocol', 'service'},
+    'snmp': {'protocol', 'service'},
     'lab': set(),
 }
 FREE = ('tests', 'bench')

@@ -18,10 +18,10 @@
 
 #include "agent/agent.h"
 #include "agent/dispatch.h"
-#include "agent/log.h"
 #include "agent/model/render.h"
 #include "agent/unconfirmed.h"
 #include "protocol/wire.h"
+#include "service/log.h"
 
 namespace agent {
 
@@ -66,10 +66,14 @@ std::vector<PeerInfo> peers(const Server & /*server*/)
     return {};
 }
 
-void open_log(bool /*echo*/) {}
+} // namespace agent
+
+namespace service {
+
+void open_log(const char * /*name*/, bool /*echo*/) {}
 void log(int /*priority*/, const char * /*format*/, ...) {}
 
-} // namespace agent
+} // namespace service
 
 namespace {
 

@@ -12,17 +12,17 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "agent/log.h"
 #include "agent/server.h"
 #include "protocol/frame.h"
 #include "protocol/hello.h"
+#include "service/log.h"
 
-namespace agent {
+namespace service {
 
-void open_log(bool /*echo*/) {}
+void open_log(const char * /*name*/, bool /*echo*/) {}
 void log(int /*priority*/, const char * /*format*/, ...) {}
 
-} // namespace agent
+} // namespace service
 
 namespace {
 

@@ -7,16 +7,16 @@
 
 #include "agent/agent.h"
 #include "agent/app_state.h"
-#include "agent/log.h"
 #include "agent/persist.h"
 #include "agent/unconfirmed.h"
+#include "service/log.h"
 
-namespace agent {
+namespace service {
 
-void open_log(bool /*echo*/) {}
+void open_log(const char * /*name*/, bool /*echo*/) {}
 void log(int /*priority*/, const char * /*format*/, ...) {}
 
-} // namespace agent
+} // namespace service
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "agent/text.h"
+#include "service/text.h"
 
 using agent::Document;
 
@@ -35,7 +35,7 @@ TEST(Text, IsCutBetweenCharacters)
 {
     const char *const cuts[] = {"", "a", "a", "a\u00e9", "a\u00e9", "a\u00e9", "a\u00e9\u20ac", "a\u00e9\u20ac"};
     for (std::size_t max = 0; max < std::size(cuts); max++)
-        EXPECT_EQ(agent::cut_text("a\u00e9\u20ac", max), cuts[max]) << max;
+        EXPECT_EQ(service::cut_text("a\u00e9\u20ac", max), cuts[max]) << max;
 }
 
 TEST(Files, ALinkKeepsWhatWasReplaced)

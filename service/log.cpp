@@ -1,23 +1,23 @@
-#include "agent/log.h"
+#include "service/log.h"
 
 #include <cstdarg>
 #include <cstdio>
 
-#include "agent/text.h"
+#include "service/text.h"
 
-namespace agent {
+namespace service {
 
 namespace {
 
 constexpr int line_bytes = 1024;
-bool echo_lines = false;
+const char *echo_name = nullptr; // null: no echo
 
 } // namespace
 
-void open_log(bool echo)
+void open_log(const char *name, bool echo)
 {
-    echo_lines = echo;
-    openlog("gw-agent", LOG_PID | LOG_NDELAY, LOG_DAEMON);
+    echo_name = echo ? name : nullptr;
+    openlog(name, LOG_PID | LOG_NDELAY, LOG_DAEMON);
 }
 
 void log(int priority, const char *format, ...)
@@ -29,7 +29,7 @@ void log(int priority, const char *format, ...)
     va_end(args);
     if (length >= line_bytes) line[whole_characters(line, line_bytes - 2)] = '\0';
     syslog(priority, "%s", line);
-    if (echo_lines) fprintf(stderr, "gw-agent: %s\n", line);
+    if (echo_name != nullptr) fprintf(stderr, "%s: %s\n", echo_name, line);
 }
 
-} // namespace agent
+} // namespace service

@@ -1,6 +1,6 @@
-#include "agent/text.h"
+#include "service/text.h"
 
-namespace agent {
+namespace service {
 
 namespace {
 
@@ -25,4 +25,4 @@ std::string cut_text(std::string text, std::size_t max)
     return text;
 }
 
-} // namespace agent
+} // namespace service
