@@ -51,28 +51,26 @@ std::string show(const Value &value)
     return text;
 }
 
-// "3 row{key key} tag:type=value ( ... )": one line per call. Tags by the names the models give them.
-std::string show(const proto::Deliver &call)
+std::string show(const proto::TagValue &pair)
 {
-    std::string text = std::to_string(call.operation) + " " + std::to_string(call.row);
-    for (const Value &key : call.keys)
-        text += " {" + show(key) + "}";
-    for (const proto::TagValue &pair : call.values) {
-        const auto tags = model::tags(models());
-        const auto at = std::find_if(tags.begin(), tags.end(), [&](const auto &t) { return t.hash == pair.tag; });
-        const std::string name = at == tags.end() ? "?" : at->name;
-        const bool begins = pair.value.type == ValueType::xmlbegin;
-        const bool ends = pair.value.type == ValueType::xmlend;
-        text += begins ? " " + name + "(" : ends ? " )" + name : " " + name + ":" + show(pair.value);
-    }
-    return text;
+    const auto tags = model::tags(models());
+    const auto at = std::find_if(tags.begin(), tags.end(), [&](const auto &tag) { return tag.hash == pair.tag; });
+    const std::string name = at == tags.end() ? "?" : at->name;
+    if (pair.value.type == ValueType::xmlbegin) return name + "(";
+    return pair.value.type == ValueType::xmlend ? ")" + name : name + ":" + show(pair.value);
 }
 
+// "3 row {key} {key} tag:type=value tag( ... )tag; ...". Tags by the names the models give them.
 std::string show(const std::vector<proto::Deliver> &calls)
 {
     std::string text;
-    for (const proto::Deliver &call : calls)
-        text += (text.empty() ? "" : "; ") + show(call);
+    for (const proto::Deliver &call : calls) {
+        text += (text.empty() ? "" : "; ") + std::to_string(call.operation) + " " + std::to_string(call.row);
+        for (const Value &key : call.keys)
+            text += " {" + show(key) + "}";
+        for (const proto::TagValue &pair : call.values)
+            text += " " + show(pair);
+    }
     return text;
 }
 
@@ -87,21 +85,11 @@ std::string step(model::Tree *tree, const std::string &edits)
 const std::string port = "interface GigabitEthernet 0/0";
 const std::string lan = port + " ip address v4 ip 10.1.1.1; " + port + " ip address v4 mask 255.255.255.0; ";
 
-TEST(Difference, CarriesTheChangedLeafInsideItsContainers)
-{
-    const model::Tree before = config(lan);
-    const model::Tree after = changed(before, port + " ip address v4 ip 10.1.1.2");
-    const auto calls = model::difference(models(), daemon_rows(), before.get(), after.get());
-    EXPECT_EQ(show(calls), "3 0 {5=0/0} ip( address( v4( ip:15=10.1.1.2 )v4 )address )ip; 3 1 {5=0/0}");
-    EXPECT_EQ(calls[0].total, 2U);
-    ASSERT_EQ(calls[0].values.size(), 7U);
-    EXPECT_EQ(calls[0].values[2],
-              (proto::TagValue{0x1089ff91, system_ns, proto::make_tag(ValueType::xmlbegin, 0x1089ff91, system_ns)}));
-}
-
 TEST(Difference, FollowsWhatBecomesOfALeaf)
 {
-    model::Tree tree = config(port + " description a");
+    model::Tree tree = config(lan + port + " description a");
+    EXPECT_EQ(step(&tree, port + " ip address v4 ip 10.1.1.2"),
+              "3 0 {5=0/0} ip( address( v4( ip:15=10.1.1.2 )v4 )address )ip; 3 1 {5=0/0}");
     EXPECT_EQ(step(&tree, port + " media-type sfp"), "3 0 {5=0/0} media-type:28=0; 3 1 {5=0/0}");
     EXPECT_EQ(step(&tree, "-" + port + " description"), "3 0 {5=0/0}; 3 1 {5=0/0}") << "modified, without pairs";
     EXPECT_EQ(step(&tree, "-" + port + " media-type"), "3 0 {5=0/0} media-type:28=1; 3 1 {5=0/0}") << "its default";
@@ -112,8 +100,6 @@ TEST(Difference, FollowsWhatBecomesOfALeaf)
     EXPECT_EQ(step(&tree, "-" + option + "ip 10.0.0.1; " + option + "ip 10.0.0.1"),
               "3 3 {68=6} ip:list 15=10.0.0.2 15=10.0.0.1")
         << "other order, other value";
-    EXPECT_EQ(step(&tree, "-" + option + "ip 10.0.0.1"), "3 3 {68=6} ip:list 15=10.0.0.2");
-    EXPECT_EQ(step(&tree, option + "text dns"), "3 3 {68=6} text:5=dns");
     EXPECT_EQ(step(&tree, option + "number -3"), "3 3 {68=6} number:8=-3");
 }
 
@@ -132,30 +118,16 @@ TEST(Difference, CallsEntriesDeletedModifiedCreated)
               "3 0 {5=0/0} description:5=x; 2 1 {5=1/0}; 3 1 {5=0/0}; 1 1 {5=1/1}");
 }
 
-TEST(Difference, KeepsListsWithTheirOwnRowOutOfThePool)
+TEST(Difference, TakesRowsByPriorityThenByTableAndKeepsTheirListsOutOfThePool)
 {
-    model::Tree tree = config("");
-    EXPECT_EQ(step(&tree, "ip dhcp pool mac-binding 02:11:22:33:44:55 fixed-address 10.0.23.9; "
-                          "ip dhcp pool options option 6 ip 10.0.0.2; ip dhcp pool options option 6 ip 10.0.0.1; "
-                          "ip dhcp excluded-address excluded-address-range 10.0.23.20 high-address 10.0.23.30"),
-              "1 3 {68=6} ip:list 15=10.0.0.2 15=10.0.0.1; 1 4 {5=02:11:22:33:44:55} fixed-address:15=10.0.23.9; "
-              "1 5 {15=10.0.23.20} high-address:15=10.0.23.30");
-    EXPECT_EQ(step(&tree, "ip dhcp pool lease lease-days 2; -ip dhcp pool mac-binding; "
-                          "ip dhcp pool network dhcp-subnet-prefix 10.0.24.5/25"),
-              "3 2 network( dhcp-subnet-prefix:70=10.0.24.5/25 )network lease( lease-days:11=2 )lease; "
-              "2 4 {5=02:11:22:33:44:55}");
-}
-
-TEST(Difference, TakesRowsByPriorityThenByTable)
-{
-    model::Tree tree = config(port);
     const std::string rule = "ip nat inside source static tcp-udp-list 7 ";
+    model::Tree tree = config(port + "; ip dhcp pool mac-binding 02:11:22:33:44:55 fixed-address 10.0.23.9");
     EXPECT_EQ(step(&tree, rule + "tcp_udp both; " + rule + "local-addr 10.0.23.9; " + rule +
-                              "interface global-port 80; " + rule +
-                              "interface GigabitEthernet 0/0; snmp disable false; snmp trap target 10.0.0.1 162; "
-                              "system passthrough enabled true; " +
-                              port + " description x"),
-              "3 6 enabled:17=true; 3 10 disable:17=false; 3 0 {5=0/0} description:5=x; 3 1 {5=0/0}; "
+                              "interface global-port 80; " + rule + "interface GigabitEthernet 0/0; " +
+                              "snmp disable false; snmp trap target 10.0.0.1 162; system passthrough enabled true; " +
+                              "ip dhcp pool lease lease-days 2; -ip dhcp pool mac-binding; " + port + " description x"),
+              "3 2 lease( lease-days:11=2 )lease; 3 6 enabled:17=true; 3 10 disable:17=false; "
+              "3 0 {5=0/0} description:5=x; 3 1 {5=0/0}; 2 4 {5=02:11:22:33:44:55}; "
               "1 9 {15=10.0.0.1} {11=162} community:5=public; "
               "1 8 {11=7} tcp_udp:28=2 local-addr:15=10.0.23.9 interface( global-port:11=80 GigabitEthernet:5=0/0 "
               ")interface");
@@ -174,8 +146,6 @@ TEST(Difference, PutsListsWithoutTheirOwnRowIntoTheCall)
     EXPECT_EQ(show(model::difference(models(), rows, before.get(), after.get())),
               "3 0 pool( mac-binding( mac-address:5=02:11:22:33:44:55 fixed-address:15=10.0.23.9 )mac-binding )pool; "
               "1 1 {5=0/1} media-type:28=1");
-    const model::Tree gone = changed(after, "-" + entry);
-    EXPECT_EQ(show(model::difference(models(), rows, after.get(), gone.get())), "3 0");
 }
 
 TEST(FirstDelivery, DeletesWhatIsGoneThenCreatesEverythingButDefaults)
@@ -186,10 +156,7 @@ TEST(FirstDelivery, DeletesWhatIsGoneThenCreatesEverythingButDefaults)
     EXPECT_EQ(show(calls), "2 0 {5=0/0}; 2 1 {5=0/0}; 2 9 {15=10.0.0.1} {11=162}; "
                            "1 2 network( dhcp-subnet-prefix:70=10.0.23.0/24 )network lease( lease-days:11=1 "
                            "lease-hours:68=0 lease-minutes:68=0 )lease; 1 0 {5=0/1} media-type:28=1; 1 1 {5=0/1}");
-    EXPECT_EQ(calls.back().index, 5U);
-    EXPECT_EQ(calls.back().total, 6U);
-    EXPECT_TRUE(model::first_delivery(models(), daemon_rows(), nullptr, nullptr).empty());
-    EXPECT_EQ(show(model::difference(models(), daemon_rows(), now.get(), nullptr)).substr(0, 4), "2 2;");
+    EXPECT_TRUE(calls.back().index == 5 && calls.back().total == 6);
 }
 
 TEST(Checks, AskForWhatIsCreatedOrChangesInSchemaOrder)
@@ -210,14 +177,6 @@ validate_passthrough_feature_disabled /interface/GigabitEthernet{0/0}/ip/address
 validate_interface /interface/Cellular{1/0}/port 5=1/0
 )");
     EXPECT_EQ(asked(after, changed(after, "-interface Cellular 1/0; -" + port + " ip")), "");
-
-    const model::Tree range =
-        config("ip dhcp excluded-address excluded-address-range 10.0.23.7 high-address 10.0.23.9");
-    const auto path = model::checks(models(), config("").get(), range.get()).at(0).wire_path;
-    ASSERT_EQ(path.size(), 6U);
-    EXPECT_EQ(path[0].tag, 0x41a4ae0aU);
-    EXPECT_EQ(show(path[1].keys.at(0)), "15=10.0.23.7");
-    EXPECT_EQ(path[5].ns, system_ns);
 }
 
 } // namespace
