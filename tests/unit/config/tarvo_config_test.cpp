@@ -1,19 +1,19 @@
+// What each change and validation reads, logs and runs is compared with the transcripts in tests/data/config.
 #include <arpa/inet.h>
-#include <csignal>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "config/tarvo_config.h"
 #include "core/base/globals.h"
 #include "fakes/platform.h"
-#include "fakes/record.h"
+#include "fakes/transcript.h"
 
 namespace {
 
-using fakes::Events;
+using fakes::expect_abort;
 using fakes::ipv4_value;
-using Pairs = std::vector<confd_tag_value_t>;
+using fakes::outcomes;
+using fakes::record;
 
 enum : std::uint32_t { ip_tag = 0x61fa2cdb, mask_tag = 0x4591c4f1, v4_tag = 0x1089ff91, media_tag = 0x5c4c4bb4 };
 
@@ -26,59 +26,34 @@ confd_tag_value_t typed(std::uint32_t tag, confd_vtype type, std::int32_t number
     return pair;
 }
 
-confd_tag_value_t ip(const char *text)
+confd_tag_value_t address(std::uint32_t tag, const char *text)
 {
     const bool v6 = strchr(text, ':') != nullptr;
-    confd_tag_value_t pair = typed(ip_tag, v6 ? C_IPV6 : C_IPV4);
+    confd_tag_value_t pair = typed(tag, v6 ? C_IPV6 : C_IPV4);
     inet_pton(v6 ? AF_INET6 : AF_INET, text, &pair.v.val);
     return pair;
 }
 
-confd_tag_value_t mask(const char *text)
-{
-    confd_tag_value_t pair = typed(mask_tag, C_IPV4);
-    pair.v = ipv4_value(text);
-    return pair;
-}
-
-Events gigabit(int op, const char *key, Pairs pairs)
+void gigabit(std::vector<confd_tag_value_t> pairs, int op = MOP_MODIFIED, const char *key = "0/0")
 {
     confd_value_t keys[] = {fakes::text_value(key)};
     tollan_change_ctx ctx{};
+    std::string said = "== " + std::to_string(op) + " " + key;
+    for (const confd_tag_value_t &pair : pairs)
+        said += " " + fakes::shown(fakes::tag(pair.tag.tag)) + " " + fakes::shown(pair.v);
+    record(said);
     const auto count = static_cast<std::uint16_t>(pairs.size());
     EXPECT_EQ(tarvo_config_gigabitethernet(&ctx, op, 1, keys, count, pairs.data()), 0);
-    return fakes::taken();
 }
 
-Events operator+(Events first, const Events &second)
+void validate(const char *what, int (*validator)(confd_trans_ctx *, confd_hkeypath_t *, confd_value_t *),
+              confd_value_t value = {})
 {
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
-
-// The events of setting an address.
-Events applied(const std::string &address, const std::string &length, const std::string &hex, const std::string &mask,
-               const std::string &device = "wired0")
-{
-    const std::string command = "/etc/dnsmasq/ip_session.sh 2 0 0 0 " + address + " " + mask;
-    return {"info: Changing the interface [" + device + "] IP address to [" + address + "/" + length + "], mask:0x" +
-                hex + ", " + mask,
-            "info: __tarvo_configure_eth: cmd: " + command, "run: " + command};
+    record(std::string("== ") + what + " " + fakes::shown(value));
+    record("result " + std::to_string(validator(nullptr, nullptr, &value)));
 }
 
 const std::string entry = "/interface/GigabitEthernet{\"0/0\"}/ip/address/v4/";
-const Events restored = applied("192.168.1.1", "24", "ffffff", "255.255.255.0", "srcr2") +
-                        Events{"info: Configure srcr2 interface with default parameters\n"};
-
-Events read(const std::string &leaf, const std::string &end = "release")
-{
-    return {"read: " + entry + leaf, end};
-}
-
-Events modified(const std::string &params)
-{
-    return {"info: tarvo modified op " + params};
-}
 
 class Config : public testing::Test {
 protected:
@@ -93,125 +68,73 @@ protected:
 
 TEST_F(Config, AppliesWhatAChangeSaysAboutTheLanAddress)
 {
-    const auto begin = typed(v4_tag, C_XMLBEGIN);
-    const std::string full = "255.255.255.0";
-    const Events to_24 = modified("[4] if [wired0] ip [10.1.1.1] [24] [2]") + applied("10.1.1.1", "24", "ffffff", full);
-    const Events to_16 = applied("10.0.0.1", "16", "ffff", "255.255.0.0");
-    const Events to_30 = applied("10.9.9.9", "30", "fcffffff", "255.255.255.252");
-    const Events refused = {"error: Failed to configure interface with params [4] [wired0] [10.1.1.1] [31] [2]"};
-    const Events to_v6 = applied("fe80::1", "8", "ff", "255.0.0.0");
-    // clang-format off
-    const std::pair<Pairs, Events> cases[] = {
-        {{begin, ip("10.0.0.1"), mask("255.255.0.0")}, modified("[4] if [wired0] ip [10.0.0.1] [16] [2]") + to_16},
-        {{ip("10.1.1.1")},                             read("mask") + to_24},
-        {{ip("10.1.1.1"), mask("0.0.0.0")},            read("mask") + to_24},
-        {{mask("255.255.255.252")},         read("ip") + modified("[2] if [wired0] ip [10.9.9.9] [30] [2]") + to_30},
-        {{ip("10.1.1.1"), mask("255.255.255.254")},    modified("[4] if [wired0] ip [10.1.1.1] [31] [2]") + refused},
-        {{ip("fe80::1"), mask("255.0.0.0")},           modified("[4] if [wired0] ip [fe80::1] [8] [10]") + to_v6},
-        {{typed(ip_tag, C_XMLBEGIN), typed(mask_tag, C_BUF), typed(1, C_IPV4)}, restored},
-        {{typed(media_tag, C_ENUM_VALUE, 0)},                                   restored},
-        {{},                                                                    restored},
-    };
-    // clang-format on
-    fakes::outcomes.stored[entry + "mask"] = ipv4_value("255.255.255.0");
-    fakes::outcomes.stored[entry + "ip"] = ipv4_value("10.9.9.9");
-    for (const auto &[pairs, events] : cases) {
-        EXPECT_EQ(gigabit(MOP_MODIFIED, "0/0", pairs), events);
-    }
-    fakes::outcomes.stored.clear();
-    EXPECT_EQ(gigabit(MOP_CREATED, "0/0", {ip("10.1.1.1")}),
-              read("mask", "error: Failed to read old netmask: [strerror] [1]: [lasterr]") +
-                  modified("[4] if [wired0] ip [10.1.1.1] [0] [2]") + applied("10.1.1.1", "0", "0", "0.0.0.0"));
-    EXPECT_EQ(gigabit(MOP_MODIFIED, "0/0", {mask("255.0.0.0"), typed(v4_tag, C_XMLEND)}),
-              read("ip", "error: Failed to read old IP address: [strerror] [1]: [lasterr]") +
-                  modified("[2] if [wired0] ip [] [8] [0]") + applied("", "8", "ff", "255.0.0.0"));
+    const auto ip = address(ip_tag, "10.1.1.1"), begin = typed(v4_tag, C_XMLBEGIN), end = typed(v4_tag, C_XMLEND);
+    outcomes.stored[entry + "mask"] = ipv4_value("255.255.255.0");
+    outcomes.stored[entry + "ip"] = ipv4_value("10.9.9.9");
+    gigabit({begin, address(ip_tag, "10.0.0.1"), address(mask_tag, "255.255.0.0")});
+    gigabit({ip});
+    gigabit({address(mask_tag, "255.255.255.252")});
+    for (const char *mask : {"0.0.0.0", "255.255.255.254"})
+        gigabit({ip, address(mask_tag, mask)});
+    gigabit({address(ip_tag, "fe80::1"), address(mask_tag, "255.0.0.0")});
+    gigabit({typed(ip_tag, C_XMLBEGIN), typed(mask_tag, C_BUF), typed(1, C_IPV4)});
+    gigabit({});
+    outcomes.stored.clear();
+    gigabit({ip}, MOP_CREATED);
+    gigabit({address(mask_tag, "255.0.0.0"), end});
+    gigabit({ip, address(mask_tag, "255.0.0.0")}, MOP_DELETED, "1/0");
+    record("== the whole entry");
+    confd_value_t keys[] = {fakes::text_value("0/1")};
+    for (const int op : {MOP_DELETED, MOP_MODIFIED})
+        EXPECT_EQ(tarvo_config_interface(nullptr, op, 1, keys, 0, nullptr), 0);
+    fakes::expect_recorded("config/lan_address.txt");
 }
 
 TEST_F(Config, RemembersTheMediaType)
 {
-    struct {
-        confd_vtype type;
-        int number, start, result;
-    } const cases[] = {
-        {C_ENUM_VALUE, 0, 1, 0},
-        {C_ENUM_VALUE, 1, 0, 1},
-        {C_ENUM_VALUE, 2, 0, 0},
-        {C_INT32,      0, 0, 1},
+    const std::tuple<confd_vtype, int, int> cases[] = {
+  // what is delivered over what was before
+        {C_ENUM_VALUE, 0, 1},
+        {C_ENUM_VALUE, 1, 0},
+        {C_ENUM_VALUE, 2, 0},
+        {C_INT32,      0, 0}
     };
-    for (const auto &c : cases) {
-        g_gig_media_type = c.start;
-        gigabit(MOP_MODIFIED, "0/0", {typed(media_tag, c.type, c.number)});
-        EXPECT_EQ(g_gig_media_type, c.result);
+    for (const auto &[type, number, before] : cases) {
+        g_gig_media_type = before;
+        gigabit({typed(media_tag, type, number)});
+        record("media " + std::to_string(g_gig_media_type));
     }
+    fakes::expect_recorded("config/media.txt");
 }
 
-TEST_F(Config, RestoresTheDefaultWhenTheEntryGoes)
+TEST_F(Config, Validates)
 {
-    EXPECT_EQ(gigabit(MOP_DELETED, "1/0", {ip("10.1.1.1"), mask("255.0.0.0")}),
-              Events{"info: Deleting the interface config [cell_1_0]"} + restored);
-    confd_value_t keys[] = {fakes::text_value("0/1")};
-    EXPECT_EQ(tarvo_config_interface(nullptr, MOP_DELETED, 1, keys, 0, nullptr), 0);
-    EXPECT_EQ(tarvo_config_interface(nullptr, MOP_MODIFIED, 1, keys, 0, nullptr), 0);
-    EXPECT_EQ(fakes::taken(), Events{"info: Deleting the interface []"});
-}
-
-TEST_F(Config, ValidatesInterfacesByTheDataPlane)
-{
-    confd_value_t key = fakes::text_value("0/0");
-    struct {
-        int found, result;
-        Events more;
-    } const cases[] = {
-        {0, 0,  {}                                                                                           },
-        {2, -1, {"error: Could not find interface: wired0", "refused: Could not find interface : [ wired0 ]"}},
-        {1, -1, {"refused: Error while checking for interface : [ wired0 ]"}                                 },
-    };
-    for (const auto &c : cases) {
-        fakes::outcomes.link_check = c.found;
-        EXPECT_EQ(tarvo_validate_interface(nullptr, nullptr, &key), c.result);
-        EXPECT_EQ(fakes::taken(), (Events{"debug: Checking interface [ wired0 ]", "check: wired0"} + c.more));
+    for (const int found : {0, 1, 2}) {
+        outcomes.link_check = found;
+        validate("interface", tarvo_validate_interface, fakes::text_value("0/0"));
     }
-}
-
-TEST_F(Config, ValidatesMasksAndPassthrough)
-{
-    // clang-format off
-    const std::pair<const char *, int> masks[] = {
-        {"255.255.255.0", 0}, {"128.0.0.0", 0}, {"255.255.255.254", 0}, {"255.255.255.255", 0},
-        {"0.0.0.0", -1}, {"255.0.255.0", -1}, {"0.0.0.1", -1}, {"127.255.255.255", -1},
-    };
-    // clang-format on
-    for (const auto &[text, result] : masks) {
-        confd_value_t value = ipv4_value(text);
-        EXPECT_EQ(tarvo_validate_netmask(nullptr, nullptr, &value), result) << text;
-        const Events refusal = result == 0 ? Events{} : Events{"refused: invalid netmask"};
-        EXPECT_EQ(fakes::taken(), Events{"debug: type:15"} + refusal);
-    }
-    EXPECT_EQ(tarvo_validate_interface_type(nullptr, nullptr, nullptr), 0);
-    EXPECT_EQ(tarvo_validate_passthrough_feature_disabled(nullptr, nullptr, nullptr), 0);
+    for (const char *mask :
+         {"255.255.255.0", "128.0.0.0", "255.255.255.255", "0.0.0.0", "255.0.255.0", "127.255.255.255"})
+        validate("mask", tarvo_validate_netmask, ipv4_value(mask));
+    validate("type", tarvo_validate_interface_type);
+    validate("disabled", tarvo_validate_passthrough_feature_disabled);
     passthrough_enabled = 1;
-    EXPECT_EQ(tarvo_validate_passthrough_feature_supported(nullptr, nullptr, nullptr), 0);
-    EXPECT_EQ(tarvo_validate_passthrough_feature_disabled(nullptr, nullptr, nullptr), -1);
-    EXPECT_EQ(fakes::taken(), Events{"refused: Operation not allowed in passthrough disabled mode"});
+    validate("supported", tarvo_validate_passthrough_feature_supported);
+    validate("disabled", tarvo_validate_passthrough_feature_disabled);
+    fakes::expect_recorded("config/validation.txt");
 }
 
 TEST_F(Config, EndsTheProcessOnAValueOfTheWrongType)
 {
-    confd_value_t number{};
-    number.type = C_INT32;
-    fakes::outcomes.stored[entry + "mask"] = number;
-    // A pipe as standard output: text that is not flushed is lost.
-    const auto expect_abort = [](const std::function<void()> &call, const char *text) {
-        EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), call()), testing::KilledBySignal(SIGABRT), text);
-    };
+    confd_value_t number = typed(0, C_INT32).v;
+    outcomes.stored[entry + "mask"] = number;
     expect_abort([&] { tarvo_config_interface(nullptr, MOP_DELETED, 1, &number, 0, nullptr); },
                  "^tarvo_config:[0-9]+: failed assertion `\\(key_p\\)->type == C_BUF'\n$");
     expect_abort([&] { tarvo_validate_interface(nullptr, nullptr, &number); },
-                 "^tarvo_config:[0-9]+: failed assertion `\\(new_val_p\\)->type == C_BUF'\n$");
+                 "^tarvo_config:.*`\\(new_val_p.*C_BUF'\n$");
     expect_abort([&] { tarvo_validate_netmask(nullptr, nullptr, &number); },
-                 "^tarvo_confd:[0-9]+: failed assertion `\\(new_val_p\\)->type == C_IPV4'\n$");
-    expect_abort([&] { gigabit(MOP_MODIFIED, "0/0", {ip("10.1.1.1")}); },
-                 "^tarvo_config:[0-9]+: failed assertion `\\(&existing_val\\)->type == C_IPV4'\n$");
+                 "^tarvo_confd:.*`\\(new_val_p.*C_IPV4'\n$");
+    expect_abort([] { gigabit({address(ip_tag, "10.1.1.1")}); }, "^tarvo_config:.*`\\(&existing_val.*C_IPV4'\n$");
 }
 
 } // namespace

@@ -1,5 +1,4 @@
-// The order of start-up and teardown as the calls that they make, and what each failure leaves of it.
-#include <algorithm>
+// The order of start-up and teardown, and what each failure leaves of it, as the calls in tests/data/core/startup.txt.
 #include <cerrno>
 #include <unistd.h>
 
@@ -9,7 +8,7 @@
 
 #include "core/tarvod.h"
 #include "fakes/platform.h"
-#include "fakes/record.h"
+#include "fakes/transcript.h"
 #include "monitor/monitor_loop.h"
 
 namespace {
@@ -77,27 +76,12 @@ int __wrap_pthread_detach(pthread_t) { return 0; } // the threads are not real
 
 namespace {
 
-// clang-format off
-const fakes::Events whole_run = {
-    "openlog TARVOD 9 184",
-    "event_set_mem_functions", "event_base_new", "event_new", "event_add",
-    "timer_mgr_create 4 3",
-    "_Z19psv_stats_file_initv",
-    "daemon 0 0",
-    "tollan_module_init", "debug: tollan module initialized \n",
-    "monitor thread", "name monitor_iface",
-    "ntp thread", "name ntp_loop",
-    "_Z15read_debug_infov",
-    "event_base_dispatch",
-    "info: Terminating interface manager application\n",
-    "tollan_module_deinit", "event_free", "event_base_free",
-};
-// clang-format on
-
-// The events of a run in which one call fails, the last one its status.
-fakes::Events run(const std::string &failing_call, std::vector<const char *> arguments = {})
+// Runs the daemon while one call fails.
+void run(const char *failing_call, std::vector<const char *> arguments = {})
 {
-    fakes::reset();
+    fakes::record(std::string("== ") + failing_call);
+    for (const char *argument : arguments)
+        fakes::record(std::string("argument ") + argument);
     g_logger_p = nullptr;
     g_logger = {};
     failing = failing_call;
@@ -109,63 +93,21 @@ fakes::Events run(const std::string &failing_call, std::vector<const char *> arg
     optind = 0;
     fakes::record("status " + std::to_string(run_tarvod(count, const_cast<char **>(arguments.data()))));
     EXPECT_EQ(g_tarvod_p.load(), nullptr);
+    EXPECT_TRUE(failing == "calloc" || (g_logger.byte0 == 1 && g_logger.byte1 == 2));
     failing.clear();
-    return fakes::taken();
 }
 
-TEST(Startup, EndsWithItsStatusAtTheStepThatFails)
+TEST(Startup, TakesItsStepsInOrderAndTearsDown)
 {
-    const std::string not_initialised = "error: Failed to initalize tarvo daemon";
-    // clang-format off
-    struct {
-        const char *failing;
-        int status, freed; // how many of the last two steps follow
-        fakes::Events said;
-    } const cases[] = {
-        {"event_base_new",       2,   0, {"error: Failed to malloc tarvo event base", not_initialised}},
-        {"event_new",            2,   1, {"error: Failed to create new event", not_initialised}},
-        {"timer_mgr_create 4 3", 2,   2, {not_initialised}},
-        {"daemon 0 0",           255, 2, {"error: Failed to daemonize process: Operation not permitted"}},
-        {"tollan_module_init",   1,   2, {"crit: tollan module init failed\n", "error: Failed to connect to confd"}},
-    };
-    // clang-format on
-    EXPECT_EQ(run("calloc"), (fakes::Events{whole_run[0], "status 2"})) << "logging is not on yet";
-    for (const auto &c : cases) {
-        fakes::Events expected(whole_run.begin(), std::ranges::find(whole_run, c.failing) + 1);
-        expected.insert(expected.end(), c.said.begin(), c.said.end());
-        expected.insert(expected.end(), whole_run.end() - c.freed, whole_run.end());
-        expected.push_back("status " + std::to_string(c.status));
-        EXPECT_EQ(run(c.failing), expected);
-    }
-}
-
-TEST(Startup, RunsItsStepsInOrderAndTearsDown)
-{
-    const std::string none = "error: Can not create ";
-    const std::string why = ", error: Resource temporarily unavailable";
-    const std::string foreground = "error: running app in foreground...\n";
-    // clang-format off
-    struct {
-        const char *failing;
-        std::vector<const char *> arguments;
-        const char *step; // of the whole run, that another one replaces
-        std::string by;
-    } const cases[] = {
-        {"",               {},                         "name ntp_loop",      "name ntp_loop"},
-        {"monitor thread", {},                         "name monitor_iface", none + "PTHREAD" + why},
-        {"ntp thread",     {},                         "name ntp_loop",      none + "tarvo_ntp_loop thread" + why},
-        {"",               {"-f", "1"},                "daemon 0 0",         foreground},
-        {"",               {"other", "-x", "-f", "1"}, "daemon 0 0",         foreground},
-        {"",               {"-f"},                     "daemon 0 0",         "daemon 0 0"},
-    };
-    // clang-format on
-    for (const auto &c : cases) {
-        fakes::Events expected = whole_run;
-        *std::ranges::find(expected, c.step) = c.by;
-        expected.emplace_back("status 0");
-        EXPECT_EQ(run(c.failing, c.arguments), expected) << testing::PrintToString(c.arguments);
-        EXPECT_TRUE(g_logger.byte0 == 1 && g_logger.byte1 == 2);
-    }
+    fakes::reset();
+    run("nothing");
+    for (const char *call : {"monitor thread", "ntp thread", "calloc", "event_base_new", "event_new",
+                             "timer_mgr_create 4 3", "daemon 0 0", "tollan_module_init"})
+        run(call);
+    run("nothing", {"-f", "1"});
+    run("nothing", {"other", "-x", "-f", "1"});
+    run("nothing", {"-f"});
+    fakes::expect_recorded("core/startup.txt");
 }
 
 } // namespace

@@ -1,0 +1,38 @@
+// What a test did and what came of it, as a file of tests/data has it.
+#ifndef GW_FAKES_TRANSCRIPT_H
+#define GW_FAKES_TRANSCRIPT_H
+
+#include <csignal>
+#include <functional>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "fakes/files.h"
+#include "fakes/record.h"
+
+namespace fakes {
+
+inline void expect_data(const std::string &file, const std::string &text)
+{
+    EXPECT_EQ(text, read_file(GW_DATA_DIR + file)) << file;
+}
+
+// What was recorded since the last call, one event a line. An entry of the command log is "logged", whatever its size.
+inline void expect_recorded(const std::string &file)
+{
+    std::string text;
+    for (const std::string &event : taken())
+        text += (event.starts_with("debug: log_system_call") ? "logged" : event) + "\n";
+    expect_data(file, text);
+}
+
+// The call ends the process with these last words, which a pipe as standard output must not swallow.
+inline void expect_abort(const std::function<void()> &call, const std::string &last_words)
+{
+    EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), call()), testing::KilledBySignal(SIGABRT), last_words);
+}
+
+} // namespace fakes
+
+#endif
