@@ -1,14 +1,12 @@
 #include <arpa/inet.h>
-#include <csignal>
 
 #include <gtest/gtest.h>
 
 #include "core/base/globals.h"
 #include "dhcp/dhcp_leases.h"
 #include "dhcp/dhcp_pool.h"
-#include "fakes/files.h"
 #include "fakes/platform.h"
-#include "fakes/record.h"
+#include "fakes/transcript.h"
 
 static int mappings;
 static std::function<void()> before_open;
@@ -86,19 +84,7 @@ void ask(const std::string &what, const confd_value_t &key, bool ready = true)
 
 void expect_abort(const std::function<void()> &call, const std::string &expression)
 {
-    EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), call()), testing::KilledBySignal(SIGABRT),
-                "dhcp_config:[0-9]+: failed assertion `\\(" + expression + "'");
-}
-
-// All that was done, as a file of the expected says.
-void expect_record(const std::string &file)
-{
-    std::string text;
-    for (const std::string &event : fakes::taken()) {
-        if (event.starts_with("debug: log_system_call")) continue;
-        text += event.substr(0, event.starts_with("notification ") ? 12 : std::string::npos) + "\n";
-    }
-    EXPECT_EQ(text, fakes::read_file(GW_DATA_DIR + file));
+    fakes::expect_abort(call, "dhcp_config:[0-9]+: failed assertion `\\(" + expression + "'");
 }
 
 TEST(DhcpPool, IsValidatedAndAppliedAsRecorded)
@@ -124,7 +110,7 @@ TEST(DhcpPool, IsValidatedAndAppliedAsRecorded)
     for (const int length : {23, 24, 30, 31})
         validate(prefix("10.0.0.0", length), length == 30 ? 1 : 0);
     validate(prefix("10.0.0.0", 24, C_IPV4), 1);
-    expect_record("dhcp_pool.txt");
+    fakes::expect_recorded("dhcp/pool.txt");
     for (const std::uint32_t tag : {days, hours, minutes}) {
         const auto wrong = {pair_of(tag, tag == days ? C_UINT8 : C_UINT16, 1)};
         expect_abort([&] { deliver("", wrong); },
@@ -159,7 +145,7 @@ TEST(DhcpLeases, AreServedAsRecorded)
     const std::string range = "/gw-system:ip/dhcp/excluded-address/excluded-address-range[0]/";
     fakes::reset();
     record("== the list, answered from what was read at its start");
-    fakes::write_file(leases, fakes::read_file(GW_DATA_DIR "dnsmasq.leases"));
+    fakes::write_file(leases, fakes::read_file(GW_DATA_DIR "dhcp/dnsmasq.leases"));
     next(-1);
     std::filesystem::remove(leases);
     for (int i = 0; i < g_num_leases; i++) {
@@ -198,7 +184,7 @@ TEST(DhcpLeases, AreServedAsRecorded)
     outcomes.stored.clear();
     for (const auto &leaf : {unused, net})
         ask("elem", leaf);
-    expect_record("dhcp_providers.txt");
+    fakes::expect_recorded("dhcp/providers.txt");
 }
 
 } // namespace
