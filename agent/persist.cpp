@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "protocol/value.h"
+#include "service/descriptor.h"
 #include "service/log.h"
 #include "service/text.h"
 
@@ -23,18 +24,6 @@ namespace {
 constexpr std::string_view hash_mark = " hash=";
 constexpr std::size_t hash_digits = 16;
 constexpr off_t max_file = 64L * 1024 * 1024;
-
-struct Descriptor {
-    int fd = -1;
-
-    explicit Descriptor(int opened) : fd(opened) {}
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    ~Descriptor()
-    {
-        if (fd >= 0) close(fd);
-    }
-};
 
 std::uint64_t hash_of(std::string_view bytes)
 {
@@ -106,7 +95,7 @@ bool split_trailer(std::string_view file, Document *document, std::string *why)
 bool write_new(const std::string &dir, const std::string &name, const std::string &bytes, Sync sync, std::string *error)
 {
     const std::string path = dir + "/" + name + ".new";
-    const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    const service::Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     if (file.fd < 0) return failed(error, "cannot create " + path);
     if (!write_all(file.fd, bytes) || (sync == Sync::file && fsync(file.fd) != 0)) {
         failed(error, "cannot write " + path);
@@ -147,13 +136,13 @@ bool link_file(const std::string &dir, const std::string &from, const std::strin
 
 bool sync_directory(const std::string &dir)
 {
-    const Descriptor opened(open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const service::Descriptor opened(open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return opened.fd >= 0 && fsync(opened.fd) == 0;
 }
 
 Found read_file(const std::string &path, std::string *bytes, std::string *why)
 {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const service::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (file.fd < 0 && errno == ENOENT) return Found::missing;
     struct stat info {};
     *why = "it cannot be read";

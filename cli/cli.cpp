@@ -60,7 +60,7 @@ bool confirmed(const Cli &cli, const std::string &question)
 
 bool connect_agent(Cli *cli, Problem *why)
 {
-    const bool had = cli->link.last_id != 0;
+    const bool had = cli->link.stream.last_id != 0;
     if (is_alive(cli->link)) return true;
     close_link(&cli->link);
     if (had && !is_interactive(*cli)) {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "cli/handlers.h"
+#include "service/descriptor.h"
 
 namespace cli {
 
@@ -109,7 +110,7 @@ int settle(Cli *cli, proto::Op op, const std::string &payload, const Call &call,
 
 bool read_file(const std::string &path, std::string *text, Problem *why)
 {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const service::Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     ssize_t got = file.fd < 0 ? -1 : 1;
     while (got > 0 && text->size() <= proto::max_frame) {
         char buffer[8192];

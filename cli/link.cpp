@@ -1,11 +1,8 @@
 #include "cli/link.h"
 
-#include <arpa/inet.h>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -17,8 +14,6 @@ namespace cli {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-constexpr std::size_t chunk = 64UL * 1024;
 
 struct Deadline {
     Clock::time_point end;
@@ -51,7 +46,7 @@ Problem lost(Link *link, const std::string &reason, std::string_view what)
 // False with *why when the descriptor does not become ready in time.
 bool await(Link *link, short events, const Deadline &deadline, std::string_view what, Problem *why)
 {
-    switch (wait_for(link->socket.fd, events, left_ms(deadline))) {
+    switch (wait_for(link->stream.socket.fd, events, left_ms(deadline))) {
     case Wait::ready:
         return true;
     case Wait::interrupted:
@@ -67,14 +62,16 @@ bool await(Link *link, short events, const Deadline &deadline, std::string_view 
 
 bool flush(Link *link, const Deadline &deadline, std::string_view what, Problem *why)
 {
-    while (!link->out.empty()) {
-        const ssize_t sent = send(link->socket.fd, link->out.data(), link->out.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent > 0) {
-            link->out.erase(0, static_cast<std::size_t>(sent));
-        } else if (errno == EAGAIN || errno == EINTR) {
+    while (!link->stream.out.empty()) {
+        std::string reason;
+        switch (service::send_some(&link->stream, &reason)) {
+        case service::Moved::some:
+            break;
+        case service::Moved::none:
             if (!await(link, POLLOUT, deadline, what, why)) return false;
-        } else {
-            *why = lost(link, std::strerror(errno), what);
+            break;
+        case service::Moved::lost:
+            *why = lost(link, reason, what);
             return false;
         }
     }
@@ -84,31 +81,17 @@ bool flush(Link *link, const Deadline &deadline, std::string_view what, Problem 
 bool fill(Link *link, const Deadline &deadline, std::string_view what, Problem *why)
 {
     if (!await(link, POLLIN, deadline, what, why)) return false;
-    const std::size_t had = link->in.size();
-    link->in.resize(had + chunk);
-    const ssize_t got = recv(link->socket.fd, link->in.data() + had, chunk, MSG_DONTWAIT);
-    const int fault = got < 0 ? errno : 0;
-    link->in.resize(had + (got > 0 ? static_cast<std::size_t>(got) : 0));
-    if (got > 0 || fault == EAGAIN || fault == EINTR) return true;
-    *why = lost(link, got == 0 ? "it closed the connection" : std::strerror(fault), what);
+    std::string reason;
+    if (service::receive_some(&link->stream, &reason) != service::Moved::lost) return true;
+    *why = lost(link, reason, what);
     return false;
 }
 
-struct Received {
-    proto::Op op = proto::Op::error;
-    std::uint32_t id = 0;
-    std::string payload;
-};
-
-bool receive(Link *link, const Deadline &deadline, std::string_view what, Received *received, Problem *why)
+bool receive(Link *link, const Deadline &deadline, std::string_view what, service::Message *received, Problem *why)
 {
     for (;;) {
-        proto::Frame frame;
-        std::size_t used = 0;
-        switch (proto::next_frame(link->in, &frame, &used)) {
+        switch (service::take_message(&link->stream, received)) {
         case proto::Parse::complete:
-            *received = {frame.op, frame.id, std::string(frame.payload)};
-            link->in.erase(0, used);
             return true;
         case proto::Parse::malformed:
             *why = lost(link, "it sent what is no frame", what);
@@ -120,7 +103,7 @@ bool receive(Link *link, const Deadline &deadline, std::string_view what, Receiv
     }
 }
 
-bool refused(const Received &received, std::string_view what, Problem *why)
+bool refused(const service::Message &received, std::string_view what, Problem *why)
 {
     if (received.op != proto::Op::error) return false;
     proto::Error error;
@@ -130,7 +113,7 @@ bool refused(const Received &received, std::string_view what, Problem *why)
 }
 
 // The agent's answer to the hello, which came in front of the one that is waited for.
-bool greeted(Link *link, const Received &received, Problem *why)
+bool greeted(Link *link, const service::Message &received, Problem *why)
 {
     link->hello_id = 0;
     proto::HelloReply reply;
@@ -155,53 +138,35 @@ bool fits(const Question &question, Problem *why)
 
 } // namespace
 
-Descriptor::~Descriptor()
-{
-    if (fd >= 0) close(fd);
-}
-
 bool is_open(const Link &link)
 {
-    return link.socket.fd >= 0;
+    return link.stream.socket.fd >= 0;
 }
 
 bool is_alive(const Link &link)
 {
     if (!is_open(link)) return false;
     char byte = 0;
-    const ssize_t got = recv(link.socket.fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+    const ssize_t got = recv(link.stream.socket.fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
     return got > 0 || (got < 0 && errno == EAGAIN);
 }
 
 void close_link(Link *link)
 {
-    if (is_open(*link)) close(link->socket.fd);
-    link->socket.fd = -1;
-    link->in.clear();
-    link->out.clear();
+    service::close_stream(&link->stream);
 }
 
 bool open_link(Link *link, Problem *why)
 {
-    close_link(link);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(link->port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const int one = 1;
-    link->socket.fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (link->socket.fd < 0 ||
-        connect(link->socket.fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
-        const std::string reason = std::strerror(errno);
+    const int fault = service::connect_stream(&link->stream, link->port, 0);
+    if (fault != 0) {
         close_link(link);
-        *why =
-            failed_problem("unreachable", "cannot reach " + agent_at(*link) + ": " + reason + "; is gw-agent running?");
+        *why = failed_problem("unreachable", "cannot reach " + agent_at(*link) + ": " + std::strerror(fault) +
+                                                 "; is gw-agent running?");
         return false;
     }
-    setsockopt(link->socket.fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
-    link->hello_id = ++link->last_id;
     const proto::Hello hello{proto::version, proto::Role::client, "gwcli", static_cast<std::uint32_t>(getpid())};
-    link->out = proto::make_frame(proto::Op::hello, link->hello_id, proto::encode(hello));
+    link->hello_id = service::queue_request(&link->stream, proto::Op::hello, proto::encode(hello));
     return true;
 }
 
@@ -209,11 +174,10 @@ bool exchange(Link *link, const Question &question, std::string *answer, Problem
 {
     if (!fits(question, why)) return false;
     const Deadline deadline = deadline_in(question.timeout_ms);
-    const std::uint32_t id = ++link->last_id;
-    link->out += proto::make_frame(question.op, id, question.payload);
+    const std::uint32_t id = service::queue_request(&link->stream, question.op, question.payload);
     if (!flush(link, deadline, question.what, why)) return false;
     for (;;) {
-        Received received;
+        service::Message received;
         if (!receive(link, deadline, question.what, &received, why)) return false;
         if (link->hello_id != 0 && received.id == link->hello_id) {
             if (!greeted(link, received, why)) return false;
@@ -228,7 +192,7 @@ bool exchange(Link *link, const Question &question, std::string *answer, Problem
 bool next_event(Link *link, proto::Event *event, Problem *why)
 {
     for (;;) {
-        Received received;
+        service::Message received;
         if (!receive(link, {{}, true}, "watch", &received, why)) return false;
         if (received.op != proto::Op::event) continue;
         if (proto::decode(received.payload, event)) return true;

@@ -9,26 +9,14 @@
 #include "cli/problem.h"
 #include "protocol/client.h"
 #include "protocol/frame.h"
+#include "service/stream.h"
 
 namespace cli {
 
-struct Descriptor {
-    Descriptor() = default;
-    explicit Descriptor(int number) : fd(number) {}
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    ~Descriptor();
-
-    int fd = -1;
-};
-
 struct Link {
-    Descriptor socket;
+    service::Stream stream; // the hello travels with the first request
     std::uint16_t port = proto::default_port;
-    std::uint32_t last_id = 0;
     std::uint32_t hello_id = 0; // not 0 while the hello is unanswered
-    std::string out;            // not sent yet: the hello travels with the first request
-    std::string in;             // received, not taken yet
 };
 
 bool is_open(const Link &link);

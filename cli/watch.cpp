@@ -60,7 +60,7 @@ bool draw_views(Cli *cli, const Call &call, Problem *why)
     std::ptrdiff_t lines = 0;
     for (std::uint32_t drawn = 0; call.options.count == 0 || drawn < call.options.count; drawn++) {
         // POLLHUP, should the agent go away, wakes as well; the next request then says so.
-        if (drawn > 0 && wait_for(cli->link.socket.fd, 0, refresh_ms) == Wait::interrupted) return true;
+        if (drawn > 0 && wait_for(cli->link.stream.socket.fd, 0, refresh_ms) == Wait::interrupted) return true;
         std::string picture;
         if (!read_view(cli, call, &picture, why)) return false;
         draw(*cli, picture, lines);

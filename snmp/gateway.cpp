@@ -42,7 +42,7 @@ void ask_tables(Gateway *gateway, Time now)
     gateway->tables_asked = now;
 }
 
-void hello_answered(Gateway *gateway, const Message &message, Time now)
+void hello_answered(Gateway *gateway, const service::Message &message, Time now)
 {
     proto::HelloReply reply;
     gateway->hello_id = 0;
@@ -58,7 +58,7 @@ void hello_answered(Gateway *gateway, const Message &message, Time now)
     send_request(&gateway->link, proto::Op::watch, proto::encode(watch), now);
 }
 
-void config_answered(Gateway *gateway, const Message &message)
+void config_answered(Gateway *gateway, const service::Message &message)
 {
     proto::Tree tree;
     gateway->config_id = 0;
@@ -74,7 +74,7 @@ void config_answered(Gateway *gateway, const Message &message)
     gateway->next_try = {};
 }
 
-void tables_answered(Gateway *gateway, const Message &message)
+void tables_answered(Gateway *gateway, const service::Message &message)
 {
     proto::Tree tree;
     std::string fault;
@@ -91,7 +91,7 @@ void tables_answered(Gateway *gateway, const Message &message)
     refreshed(&gateway->tables, std::move(snapshot), gateway->tables_asked);
 }
 
-void event_came(Gateway *gateway, const Message &message)
+void event_came(Gateway *gateway, const service::Message &message)
 {
     proto::Event event;
     if (!proto::decode(message.payload, &event)) {
@@ -103,7 +103,7 @@ void event_came(Gateway *gateway, const Message &message)
     }
 }
 
-void message_came(Gateway *gateway, const Message &message, Time now)
+void message_came(Gateway *gateway, const service::Message &message, Time now)
 {
     if (message.op == proto::Op::event) {
         event_came(gateway, message);
@@ -155,7 +155,7 @@ void tend_gateway(Gateway *gateway, Time now)
 {
     Link *link = &gateway->link;
     tend_link(link, now);
-    Message message;
+    service::Message message;
     while (link->state == LinkState::open && take_message(link, &message, now))
         message_came(gateway, message, now);
     if (link->state != LinkState::open) {

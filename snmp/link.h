@@ -2,42 +2,25 @@
 #ifndef GW_SNMP_LINK_H
 #define GW_SNMP_LINK_H
 
+#include <chrono>
 #include <cstdint>
-#include <string>
+#include <string_view>
 
 #include "protocol/frame.h"
+#include "service/stream.h"
 #include "snmp/clock.h"
 
 namespace snmp {
-
-struct Descriptor {
-    Descriptor() = default;
-    explicit Descriptor(int number) : fd(number) {}
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    ~Descriptor();
-
-    int fd = -1;
-};
 
 enum class LinkState : std::uint8_t { down, connecting, open };
 
 struct Link {
     std::uint16_t port = proto::default_port; // on 127.0.0.1
     LinkState state = LinkState::down;
-    Descriptor socket;
-    std::string out; // not sent yet
-    std::string in;  // received, not taken yet
-    std::uint32_t last_id = 0;
+    service::Stream stream;
     unsigned unanswered = 0;
     Time wake{}; // down: the next attempt; open with unanswered requests: when the agent is given up
     std::chrono::seconds pause{1};
-};
-
-struct Message {
-    proto::Op op = proto::Op::error;
-    std::uint32_t id = 0;
-    std::string payload;
 };
 
 // Connects when it is time to; gives an agent up that does not answer.
@@ -51,7 +34,7 @@ void pump_link(Link *link, bool readable, bool writable, Time now);
 // Queues a request and returns its id, which no other request of this process has. Only while the link is open.
 std::uint32_t send_request(Link *link, proto::Op op, std::string_view payload, Time now);
 // False when no whole message is there. What is no frame ends the connection.
-bool take_message(Link *link, Message *message, Time now);
+bool take_message(Link *link, service::Message *message, Time now);
 
 // The next attempt comes after 1, 2, 4 ... 30 s; after a link that greeted (see link_is_good()), after 1 s again.
 void drop_link(Link *link, const char *why, Time now);

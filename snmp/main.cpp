@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "service/descriptor.h"
 #include "service/log.h"
 #include "snmp/gateway.h"
 #include "snmp/wait.h"
@@ -10,7 +11,7 @@ int main(int argc, char **argv)
     int status = 0;
     if (!snmp::take_options({argv + 1, argv + argc}, &gateway.options, &status)) return status;
     service::open_log("gw-snmp", gateway.options.echo_log);
-    const snmp::Descriptor signals(snmp::open_signals());
+    const service::Descriptor signals(snmp::open_signals());
     if (signals.fd < 0 || !snmp::start_gateway(&gateway)) {
         fputs("gw-snmp: cannot start; the log says why\n", stderr);
         service::log(LOG_CRIT, "cannot start");

@@ -62,8 +62,8 @@ void collect(const Gateway &gateway, int signals, Sets *sets, timeval *left)
     NETSNMP_LARGE_FD_ZERO(&sets->write.set);
     snmp_select_info2(&sets->count, &sets->read.set, left, &block);
     add(signals, &sets->read, sets);
-    add(gateway.link.socket.fd, &sets->read, sets);
-    if (wants_to_write(gateway.link)) add(gateway.link.socket.fd, &sets->write, sets);
+    add(gateway.link.stream.socket.fd, &sets->read, sets);
+    if (wants_to_write(gateway.link)) add(gateway.link.stream.socket.fd, &sets->write, sets);
 }
 
 bool has(const Sets &sets, const FdSet &set, int fd)
@@ -110,7 +110,7 @@ bool run_loop(Gateway *gateway, int signals)
             return false;
         }
         if (has(sets, sets.read, signals)) return true;
-        const int fd = gateway->link.socket.fd;
+        const int fd = gateway->link.stream.socket.fd;
         pump_link(&gateway->link, has(sets, sets.read, fd), has(sets, sets.write, fd), Clock::now());
         serve_library(&sets, ready);
     }

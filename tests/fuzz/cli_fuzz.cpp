@@ -31,10 +31,6 @@ std::string next_answer()
 } // namespace
 
 // In place of the connection.
-Descriptor::~Descriptor()
-{
-    fd = -1;
-}
 bool is_open(const Link & /*link*/)
 {
     return answers.ok;
