@@ -182,8 +182,7 @@ int tarvo_show_dhcp_pool_stats_get_elem(confd_trans_ctx *tctx, confd_hkeypath_t 
 {
     if (!module_is_ready(module_handle(tctx))) {
         log_trace(LOG_ERR, "tarvo_show_dhcp_pool_stats_get_elem", "get elem not up yet\n");
-        confd_data_reply_not_found(tctx);
-        return CONFD_OK;
+        return reply_not_found(tctx);
     }
     const confd_value_t &leaf = kp->v[0][0];
     assert_model(leaf.type == C_XMLTAG, module_name, "(&(keypath_p->v[0][0]))->type == C_XMLTAG");
@@ -201,10 +200,7 @@ int tarvo_show_dhcp_pool_stats_get_elem(confd_trans_ctx *tctx, confd_hkeypath_t 
 
 int tarvo_show_dhcp_binding_get_next(confd_trans_ctx *tctx, confd_hkeypath_t * /*kp*/, long next)
 {
-    if (!module_is_ready(module_handle(tctx))) {
-        confd_data_reply_not_found(tctx);
-        return CONFD_OK;
-    }
+    if (!module_is_ready(module_handle(tctx))) return reply_not_found(tctx);
     if (next == -1) {
         renew_snapshot();
         next = 0;
@@ -219,10 +215,7 @@ int tarvo_show_dhcp_binding_get_next(confd_trans_ctx *tctx, confd_hkeypath_t * /
 
 int tarvo_show_dhcp_binding_get_object(confd_trans_ctx *tctx, confd_hkeypath_t *kp)
 {
-    if (!module_is_ready(module_handle(tctx)) || g_leases == nullptr || g_num_leases == 0) {
-        confd_data_reply_not_found(tctx);
-        return CONFD_OK;
-    }
+    if (!module_is_ready(module_handle(tctx)) || g_leases == nullptr || g_num_leases == 0) return reply_not_found(tctx);
     const confd_value_t &key = kp->v[0][0];
     assert_model(key.type == C_IPV4, module_name, "(&keypath_p->v[0][0])->type == C_IPV4");
     const DhcpLease *lease = find_dhcp_lease(g_leases, g_num_leases, key.val.ip);

@@ -165,17 +165,13 @@ int tarvo_show_pat_get_elem(confd_trans_ctx *tctx, confd_hkeypath_t *kp)
 {
     if (!module_is_ready(module_handle(tctx))) {
         log_trace(LOG_ERR, "tarvo_show_pat_get_elem", "show pat - get elem not up yet\n");
-        confd_data_reply_not_found(tctx);
-        return CONFD_OK;
+        return reply_not_found(tctx);
     }
     const confd_value_t &key = kp->v[1][0];
     const confd_value_t &leaf = kp->v[0][0];
     assert_model(key.type == C_UINT32, module_name, "(&keypath_p->v[1][0])->type == C_UINT32");
     assert_model(leaf.type == C_XMLTAG, module_name, "(&(keypath_p->v[0][0]))->type == C_XMLTAG");
-    if (key.val.u32 >= read_count) {
-        confd_data_reply_not_found(tctx);
-        return CONFD_OK;
-    }
+    if (key.val.u32 >= read_count) return reply_not_found(tctx);
     const auto value = leaf_of(pat_infos[key.val.u32 + 1], leaf.val.xmltag.tag);
     if (!value) return CONFD_ERR;
     confd_data_reply_value(tctx, &*value);

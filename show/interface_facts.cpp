@@ -29,12 +29,6 @@ const char *checked_text(const confd_value_t &element, const char *module, unsig
     return text_of(element);
 }
 
-int reply_not_found(confd_trans_ctx *tctx)
-{
-    confd_data_reply_not_found(tctx);
-    return CONFD_OK;
-}
-
 long statistics_slot(const char *port_key)
 {
     int slot = 0;
@@ -57,6 +51,13 @@ void get_link_record(const char *device, int level, LinkRecord &record)
     }
     log_guarded(level, "link_info: if_name %s, addr %s, admin_status %d, oper_status %d, link_oper %X", info.if_name,
                 info.addr, info.admin_status, info.oper_status, info.link_oper);
+}
+
+void put_counters(TagArray &array, std::span<const TaggedCounter> counters, const IfStatSample &current)
+{
+    for (const TaggedCounter &counter : counters) {
+        put(array, counter.tag, uint64_value(current.*counter.field));
+    }
 }
 
 const char *gigabitethernet_description(tollan_ctx *handle, const char *port_key, const char *module,

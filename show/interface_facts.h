@@ -4,18 +4,18 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "confd.h"
 #include "core/base/log.h"
+#include "core/base/tag_values.h"
 #include "maker.h"
+#include "monitor/if_stats.h"
 #include "tollan.h"
 
 // Elements of a keypath whose type the data model guarantees; another one ends the process in the caller's name.
 std::uint32_t checked_tag(const confd_value_t &element, const char *module, unsigned line = __builtin_LINE());
 const char *checked_text(const confd_value_t &element, const char *module, unsigned line = __builtin_LINE());
-
-// Always CONFD_OK: that there is no such thing is an answer.
-int reply_not_found(confd_trans_ctx *tctx);
 
 // Slot + port, 0 for each number that cannot be read.
 long statistics_slot(const char *port_key);
@@ -29,6 +29,15 @@ union LinkRecord {
 // As for a device that is down when the library does not know it, which is a modem that is off. Logs what it says at
 // `level`.
 void get_link_record(const char *device, int level, LinkRecord &record);
+
+// A counter of the statistics and the tag under which it is answered.
+struct TaggedCounter {
+    std::uint32_t tag;
+    std::uint64_t IfStatSample::*field;
+};
+
+// As C_UINT64, in this order.
+void put_counters(TagArray &array, std::span<const TaggedCounter> counters, const IfStatSample &current);
 
 // Owner of a text that was read from the configuration.
 struct Description {

@@ -38,12 +38,7 @@ enum : std::uint32_t {
     TAG_MTU = 0x4a9ebc8c,
 };
 
-struct Counter {
-    std::uint32_t tag;
-    std::uint64_t IfStatSample::*field;
-};
-
-constexpr Counter counters[] = {
+constexpr TaggedCounter counters[] = {
     {0x43d040d0, &IfStatSample::rx_pkts  },
     {0x692f2d9d, &IfStatSample::rx_octets},
     {0x7f4605d2, &IfStatSample::rx_pps   },
@@ -172,10 +167,7 @@ int populate_interface_detail_stats(TagArray &array, const char *key, char (&hwa
     const bool wan = is_cell_1_0(device);
     if (!wan) put(array, TAG_SPEED, uint32_value(read_lan_speed()));
     put(array, TAG_ROLE, text_value(wan ? "WAN" : "LAN"));
-    const IfStatSample current = read_current_stats(static_cast<int>(statistics_slot(key)));
-    for (const Counter &counter : counters) {
-        put(array, counter.tag, uint64_value(current.*counter.field));
-    }
+    put_counters(array, counters, read_current_stats(static_cast<int>(statistics_slot(key))));
     // An MTU that cannot be read is 4294967295 here.
     put(array, TAG_MTU, uint64_value(static_cast<std::uint32_t>(get_if_mtu(device))));
     return CONFD_OK;

@@ -34,17 +34,12 @@ enum : std::uint32_t {
     TAG_TYPE = 0x4b98b65e,
 };
 
-struct Counter {
-    std::uint32_t tag;
-    std::uint64_t IfStatSample::*field;
-};
-
 // Multicast and broadcast packets are not counted apart: always 0.
 constexpr std::uint32_t uncounted32[] = {0x7cd2079c, 0x1e5ea8bc, 0x2eb1f9e2, 0x28367dd6};
 constexpr std::uint32_t uncounted64[] = {0x7f1b5515, 0x7169a7d9, 0x025c7cd3, 0x64d17eff};
 
 // Cut to their low 32 bits: they wrap as a Counter32 does.
-constexpr Counter counters32[] = {
+constexpr TaggedCounter counters32[] = {
     {0x492ffcdc, &IfStatSample::rx_pkts  },
     {0x763c0f35, &IfStatSample::rx_octets},
     {0x742b8a6b, &IfStatSample::rx_errors},
@@ -55,7 +50,7 @@ constexpr Counter counters32[] = {
     {0x20406274, &IfStatSample::tx_drops },
 };
 
-constexpr Counter counters64[] = {
+constexpr TaggedCounter counters64[] = {
     {0x3ba680f0, &IfStatSample::rx_pkts  },
     {0x719cc862, &IfStatSample::rx_octets},
     {0x21809693, &IfStatSample::tx_pkts  },
@@ -130,12 +125,10 @@ void populate_interface_stats(TagArray &array, int slot)
     for (const std::uint32_t tag : uncounted32) {
         put(array, tag, uint32_value(0));
     }
-    for (const Counter &counter : counters32) {
+    for (const TaggedCounter &counter : counters32) {
         put(array, counter.tag, uint32_value(static_cast<std::uint32_t>(current.*counter.field)));
     }
-    for (const Counter &counter : counters64) {
-        put(array, counter.tag, uint64_value(current.*counter.field));
-    }
+    put_counters(array, counters64, current);
     for (const std::uint32_t tag : uncounted64) {
         put(array, tag, uint64_value(0));
     }

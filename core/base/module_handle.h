@@ -17,4 +17,11 @@ inline bool module_is_ready(const tollan_ctx *handle)
     return handle->ready != 0;
 }
 
+// Always CONFD_OK: that there is no such thing is an answer.
+inline int reply_not_found(confd_trans_ctx *tctx)
+{
+    confd_data_reply_not_found(tctx);
+    return CONFD_OK;
+}
+
 #endif

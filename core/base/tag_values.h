@@ -23,7 +23,8 @@ confd_tag_value_t tag_value(std::uint32_t tag, confd_value_t value);
 
 inline constexpr int tag_array_capacity = 128;
 
-// Entries in the order in which they were put; one too many is a fault of the caller.
+// Entries in the order in which they were put. What an answer holds follows from the model and never from how much
+// something outside says, so that one too many (the longest has about thirty) is a fault of the caller.
 struct TagArray {
     confd_tag_value_t entries[tag_array_capacity];
     int count = 0;
