@@ -8,8 +8,18 @@
 #include "fakes/protocol.h"
 
 using fakes::decoded;
+using proto::Op;
 
 namespace {
+
+const std::vector<proto::Change> changes = {
+    {'+', "/a/l{1}", "",  "" },
+    {'~', "/a/m",    "1", "2"},
+    {'-', "/a/n",    "x", "" },
+};
+const proto::Event commit_event = {proto::watch_commits, 1795380077042, "commit", {{"/a/c", ""}}};
+const proto::Event trap_event = {proto::watch_traps, 1795380078000, "linkDown", {{"ifIndex", "1\n"}}};
+const proto::CommitReply done = {proto::Outcome::done, 5, {}};
 
 void serve_all(FakeAgent *agent)
 {
@@ -51,64 +61,51 @@ FakeAgent::~FakeAgent()
 
 std::optional<std::string> Gateway::operator()(const peer::Message &frame)
 {
-    const auto refusal = [&](proto::ErrorCode code, Text path, Text text) {
-        return proto::make_frame(proto::Op::error, frame.id, proto::encode(proto::Error{code, path, text}));
+    const auto answer = [&](Op op, const auto &record) { return proto::make_frame(op, frame.id, encode(record)); };
+    const auto reply = [&](const auto &record) { return answer(Op::reply, record); };
+    const auto refusal = [&](Text path, Text text) {
+        return answer(Op::error, proto::Error{proto::ErrorCode::refused, path, text});
     };
-    const auto reply = [&](const auto &record) {
-        return proto::make_frame(proto::Op::reply, frame.id, proto::encode(record));
-    };
-    const std::string nothing = proto::make_frame(proto::Op::reply, frame.id, "");
-    if (frame.op == proto::Op::hello) return reply(proto::HelloReply{proto::version, "test"});
-    if (frame.op == proto::Op::get) {
+    const std::string nothing = proto::make_frame(Op::reply, frame.id, "");
+    if (frame.op == Op::hello) return reply(proto::HelloReply{proto::version, "test"});
+    if (frame.op == Op::status) return reply(proto::Pairs{{{"peer 1", "client\x1b[2J"}}});
+    if (frame.op == Op::rollbacks) return reply(proto::Rollbacks{{{1, 17, 1795380077, "before the move"}}});
+    if (frame.op == Op::complete) return reply(proto::Candidates{{{"interface", "Ports"}}});
+    if (frame.op == Op::diff) return reply(proto::Diff{changes});
+    if (frame.op == Op::get) {
         const auto get = decoded<proto::Get>(frame);
         log += "get " + std::to_string(static_cast<int>(get.source)) + (get.with_defaults ? " defaults " : " ") +
                joined(get.path) + "\n";
         return reply(tree);
     }
-    if (frame.op == proto::Op::edit) {
+    if (frame.op == Op::edit) {
         const auto edit = decoded<proto::Edit>(frame);
         log += (edit.remove ? "delete " : "set ") + joined(edit.path) + "\n";
         if (edit.path[0] == "die") return {};
-        return edit.path[0] != "bad" ? nothing : refusal(proto::ErrorCode::bad_path, "/", "\"bad\" is not known here");
+        return edit.path[0] != "bad" ? nothing : refusal("/", "\"bad\" is not known here");
     }
-    if (frame.op == proto::Op::commit) {
+    if (frame.op == Op::commit) {
         const auto commit = decoded<proto::Commit>(frame);
         const std::size_t accepted = commit.accepted.size();
         log += "commit " + std::to_string(commit.confirm_seconds) + " " + commit.comment + " " +
                std::to_string(accepted) + "\n";
-        if (!refuse_commit.empty()) return refusal(proto::ErrorCode::refused, "/ip/dhcp", refuse_commit);
-        if (commit.accepted == warnings) return reply(proto::CommitReply{proto::Outcome::done, 5, {}});
+        if (!refuse_commit.empty()) return refusal("/ip/dhcp", refuse_commit);
+        if (commit.accepted == warnings) return reply(done);
         return reply(proto::CommitReply{proto::Outcome::needs_acceptance, 0, {warnings[accepted]}});
     }
-    if (frame.op == proto::Op::validate || frame.op == proto::Op::confirm || frame.op == proto::Op::abort_confirmed) {
-        log += "operation " + std::to_string(static_cast<int>(frame.op)) + "\n";
-        return reply(proto::CommitReply{proto::Outcome::done, 5, {}});
-    }
-    if (frame.op == proto::Op::load) {
+    if (frame.op == Op::load) {
         const auto load = decoded<proto::Load>(frame);
         log += (load.replace ? "replace " : "merge ") + load.json + "\n";
         return nothing;
     }
-    if (frame.op == proto::Op::watch) {
+    if (frame.op == Op::watch) {
         log += "watch " + std::to_string(decoded<proto::Watch>(frame).mask) + "\n";
-        const proto::Event commit{proto::watch_commits, 1795380077042, "commit", {{"/a/c", ""}}};
-        const proto::Event trap{proto::watch_traps, 1795380078000, "linkDown", {{"ifIndex", "1\n"}}};
-        return nothing + proto::make_frame(proto::Op::event, 0, proto::encode(commit)) +
-               proto::make_frame(proto::Op::event, 0, proto::encode(trap));
-    }
-    if (frame.op == proto::Op::status) return reply(proto::Pairs{{{"peer 1", "client\x1b[2J"}}});
-    if (frame.op == proto::Op::rollbacks) return reply(proto::Rollbacks{{{1, 17, 1795380077, "before the move"}}});
-    if (frame.op == proto::Op::complete) return reply(proto::Candidates{{{"interface", "Ports"}}});
-    if (frame.op == proto::Op::diff) {
-        const std::vector<proto::Change> changes = {
-            {'+', "/a/l{1}", "",  "" },
-            {'~', "/a/m",    "1", "2"},
-            {'-', "/a/n",    "x", "" }
-        };
-        return reply(proto::Diff{changes});
+        return nothing + proto::make_frame(Op::event, 0, encode(commit_event)) +
+               proto::make_frame(Op::event, 0, encode(trap_event));
     }
     log += "operation " + std::to_string(static_cast<int>(frame.op)) + "\n";
-    return nothing;
+    const bool decides = frame.op == Op::validate || frame.op == Op::confirm || frame.op == Op::abort_confirmed;
+    return decides ? reply(done) : nothing;
 }
 
 void PrintTo(const Ran &ran, std::ostream *stream)
