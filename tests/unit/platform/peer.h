@@ -24,11 +24,7 @@ using fakes::Message;
 // The agent's address, port and all: each test process has a loopback of its own.
 inline sockaddr_in address(std::uint16_t port = proto::default_port)
 {
-    sockaddr_in out = {};
-    out.sin_family = AF_INET;
-    out.sin_port = htons(port);
-    out.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return out;
+    return {AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
 }
 
 inline Handle listen_here(std::uint16_t port = proto::default_port)
