@@ -16,18 +16,12 @@ constexpr std::uint32_t system_ns = 0x6b64eac0;
 constexpr std::uint32_t snmp_ns = 0x51c03854;
 constexpr std::uint32_t cellular_ns = 0x0c7acb07;
 
-std::vector<model::Row> prepared(const std::vector<proto::Subscription> &subscriptions)
-{
-    std::vector<model::Row> rows;
-    std::string error;
-    EXPECT_TRUE(model::prepare(models(), subscriptions, &rows, &error)) << error;
-    return rows;
-}
-
 // The interface manager's own subscriptions, in its order.
 std::vector<model::Row> daemon_rows()
 {
-    return prepared({
+    std::vector<model::Row> rows;
+    std::string error;
+    const std::vector<proto::Subscription> subscriptions = {
         {"interface/GigabitEthernet",                       system_ns,   1, 0x16, 0   },
         {"interface",                                       system_ns,   1, 0x10, 0   },
         {"ip/dhcp/pool",                                    system_ns,   0, 0x16, 0   },
@@ -39,7 +33,9 @@ std::vector<model::Row> daemon_rows()
         {"ip/nat/inside/source/static/tcp-udp-list",        system_ns,   3, 0x16, 0   },
         {"gw-snmp:snmp/trap/target",                        snmp_ns,     2, 0x06, 0   },
         {"gw-snmp:snmp",                                    snmp_ns,     0, 0x06, 0   },
-    });
+    };
+    EXPECT_TRUE(model::prepare(models(), subscriptions, &rows, &error)) << error;
+    return rows;
 }
 
 std::string show(const Value &value)
@@ -131,21 +127,6 @@ TEST(Difference, TakesRowsByPriorityThenByTableAndKeepsTheirListsOutOfThePool)
               "1 9 {15=10.0.0.1} {11=162} community:5=public; "
               "1 8 {11=7} tcp_udp:28=2 local-addr:15=10.0.23.9 interface( global-port:11=80 GigabitEthernet:5=0/0 "
               ")interface");
-}
-
-TEST(Difference, PutsListsWithoutTheirOwnRowIntoTheCall)
-{
-    const auto rows = prepared({
-        {"ip/dhcp",                        system_ns, 0, 0x16, 0},
-        {"interface/GigabitEthernet{0/1}", system_ns, 0, 0x16, 0},
-    });
-    const model::Tree before = config("");
-    const std::string entry = "ip dhcp pool mac-binding 02:11:22:33:44:55";
-    const model::Tree after =
-        changed(before, entry + " fixed-address 10.0.23.9; interface GigabitEthernet 0/1; " + port);
-    EXPECT_EQ(show(model::difference(models(), rows, before.get(), after.get())),
-              "3 0 pool( mac-binding( mac-address:5=02:11:22:33:44:55 fixed-address:15=10.0.23.9 )mac-binding )pool; "
-              "1 1 {5=0/1} media-type:28=1");
 }
 
 TEST(FirstDelivery, DeletesWhatIsGoneThenCreatesEverythingButDefaults)
