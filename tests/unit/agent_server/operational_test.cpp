@@ -104,20 +104,6 @@ TEST_F(OperationalTest, ProvidersThatGoWrongLeaveMarks)
     EXPECT_EQ(read("/interface-table/entry[0]"), "error") << "positions mean nothing to a provider";
 }
 
-TEST_F(OperationalTest, AWholeReadIsPartialWhenProvidersAreMissing)
-{
-    provide([](const proto::CallData &call) {
-        if (call.callpoint != "if-mib-interfaces") return DataReply{};
-        return said(DataKind::value, {}, proto::make_number(ValueType::int32, 2));
-    });
-    const std::string all = read("");
-    EXPECT_NE(all.find("gw-oper:if-mib(interfaces(ifNumber=2 ) )"), std::string::npos) << all;
-    EXPECT_NE(all.find("!mapping"), std::string::npos) << all;
-    EXPECT_EQ(all.find("gw-system:"), std::string::npos) << "no configuration";
-    EXPECT_EQ(read("/led/status/lan"), "error");
-    EXPECT_EQ(read("/interface"), "error");
-}
-
 TEST_F(OperationalTest, ActionsNotificationsAndTraps)
 {
     const proto::Action clear{"clear-counters"};
@@ -125,30 +111,24 @@ TEST_F(OperationalTest, ActionsNotificationsAndTraps)
     app.verdicts["clear_counter_action_point"] = {-1, "busy", {}};
     EXPECT_EQ(ask_error(client, Op::action, clear).text, "busy");
 
-    const auto event_of = [](Peer &peer) {
-        return decoded<proto::Event>(await(peer, [](const Message &m) { return m.op == Op::event; }));
-    };
     ask(client, Op::watch, proto::Watch{proto::watch_notifications | proto::watch_traps});
     constexpr std::uint32_t changed = 2051227091, ns = 0x6b64eac0;
     const proto::TagValue begin{changed, ns, proto::make_tag(ValueType::xmlbegin, changed, ns)};
     const proto::TagValue severity{418582328, 0, proto::make_number(ValueType::enum_value, 2)};
     const proto::TagValue end{changed, ns, proto::make_tag(ValueType::xmlend, changed, ns)};
     send(app.peer, Op::notify, proto::Notify{{severity}}); // of no notification: dropped
-    send(app.peer, Op::notify,
-         proto::Notify{
-             std::vector{begin, severity, end}
-    });
-    const proto::Event event = event_of(client);
+    const std::vector<proto::TagValue> values = {begin, severity, end};
+    send(app.peer, Op::notify, proto::Notify{values});
+    const proto::Event event = await_event(client);
     EXPECT_EQ(event.name, "dhcp-config-change");
     EXPECT_EQ(event.pairs, std::vector<proto::Pair>(1, {"severity", "info"}));
 
     for (int i = 0; i < 70; i++)
         send(app.peer, Op::trap, proto::Trap{"t" + std::to_string(i), {{"a", "b"}}});
-    EXPECT_EQ(event_of(client).name, "t0") << "a client watches, but does not pass traps on";
-    Peer snmp;
-    connect(snmp, proto::Role::snmp);
+    EXPECT_EQ(await_event(client).name, "t0") << "a client watches, but does not pass traps on";
+    Peer snmp(proto::Role::snmp);
     ask(snmp, Op::watch, proto::Watch{proto::watch_traps});
-    EXPECT_EQ(event_of(snmp).name, "t6") << "of 70 the last 64 were kept";
+    EXPECT_EQ(await_event(snmp).name, "t6") << "of 70 the last 64 were kept";
     EXPECT_EQ(status("traps-kept"), "0");
     EXPECT_EQ(status("traps-dropped"), "6");
 }

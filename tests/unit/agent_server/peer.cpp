@@ -38,7 +38,7 @@ bool receive(Peer &peer)
     return true;
 }
 
-std::string answer_delivery(Application &app, const proto::Deliver &call)
+void handle(Application &app, const proto::Deliver &call)
 {
     app.got.push_back(call);
     if (app.on_deliver && !app.on_deliver(call)) {
@@ -47,24 +47,21 @@ std::string answer_delivery(Application &app, const proto::Deliver &call)
         app.record.last_done = call.index + 1;
         app.record.last_txid = call.txid;
     }
-    return proto::encode(proto::Status{});
-}
-
-std::string verdict(Application &app, const std::string &point)
-{
-    app.asked.push_back(point);
-    return proto::encode(app.verdicts[point]);
 }
 
 void answer(Application &app, const Message &message)
 {
-    std::string payload;
-    if (message.op == proto::Op::deliver) payload = answer_delivery(app, decoded<proto::Deliver>(message));
-    if (message.op == proto::Op::call_validate) payload = verdict(app, decoded<proto::CallValidate>(message).point);
-    if (message.op == proto::Op::call_action) payload = verdict(app, decoded<proto::CallAction>(message).point);
-    if (message.op == proto::Op::call_data && app.provider)
-        payload = proto::encode(app.provider(decoded<proto::CallData>(message)));
-    if (!payload.empty()) send_bytes(app.peer, proto::make_frame(proto::Op::reply, message.id, payload));
+    proto::Status status;
+    if (message.op == proto::Op::deliver) handle(app, decoded<proto::Deliver>(message));
+    if (message.op == proto::Op::call_action) status = app.verdicts[decoded<proto::CallAction>(message).point];
+    if (message.op == proto::Op::call_validate) {
+        app.asked.push_back(decoded<proto::CallValidate>(message).point);
+        status = app.verdicts[app.asked.back()];
+    }
+    const bool data = message.op == proto::Op::call_data && app.provider;
+    const std::string payload =
+        data ? proto::encode(app.provider(decoded<proto::CallData>(message))) : proto::encode(status);
+    send_bytes(app.peer, proto::make_frame(proto::Op::reply, message.id, payload));
 }
 
 // Lets the application answer and waits for input of either. False when the peer has been closed; *quiet: nothing came.
@@ -98,6 +95,11 @@ void hang_up(Peer &peer)
 std::uint16_t port()
 {
     return static_cast<std::uint16_t>(20000 + getpid() % 10000);
+}
+
+Peer::Peer(proto::Role role)
+{
+    connect(*this, role);
 }
 
 bool open_socket(Peer &peer)
@@ -142,6 +144,11 @@ Message await(Peer &peer, const std::function<bool(const Message &)> &wanted)
         if (!pump(&peer, peer.app, 100) && peer.messages.empty()) break;
     }
     return {};
+}
+
+proto::Event await_event(Peer &peer)
+{
+    return decoded<proto::Event>(await(peer, [](const Message &m) { return m.op == proto::Op::event; }));
 }
 
 bool is_closed(Peer &peer)
@@ -226,6 +233,12 @@ void edit(Peer &client, const std::string &edits)
 proto::CommitReply commit(Peer &client, const proto::Commit &record)
 {
     return ask_for<proto::CommitReply>(client, proto::Op::commit, record);
+}
+
+proto::CommitReply change(Peer &client, const std::string &edits)
+{
+    edit(client, edits);
+    return commit(client);
 }
 
 std::string value_of(Peer &client, const std::string &line, proto::Source source)

@@ -29,6 +29,8 @@ using fakes::Message;
 struct Application;
 
 struct Peer {
+    Peer() = default;
+    explicit Peer(proto::Role role); // connected
     fakes::Handle socket;
     Application *app = nullptr; // goes on answering while this one waits
     std::string in;
@@ -55,13 +57,14 @@ struct Payload {
 };
 
 bool open_socket(Peer &peer);
-void connect(Peer &peer, proto::Role role);
+void connect(Peer &peer, proto::Role role); // says hello
 void hang_up(Peer &peer);
 bool send_bytes(Peer &peer, const std::string &bytes); // false: the agent has closed
 std::uint32_t send(Peer &peer, proto::Op op, const Payload &payload = {});
 // The next message that `wanted` accepts. An error with id 0 and an empty payload when the agent closes or nothing
 // comes within 10 s.
 Message await(Peer &peer, const std::function<bool(const Message &)> &wanted);
+proto::Event await_event(Peer &peer);
 bool is_closed(Peer &peer); // by the agent, within 10 s
 
 Message ask(Peer &peer, proto::Op op, const Payload &payload = {});
@@ -83,6 +86,7 @@ proto::Register tarvod_record(std::uint64_t instance); // all rows, points and c
 proto::Words words(const std::string &line);       // split at blanks; a keypath stays whole
 void edit(Peer &client, const std::string &edits); // "a 1; -b": sets a and removes b
 proto::CommitReply commit(Peer &client, const proto::Commit &record = {});
+proto::CommitReply change(Peer &client, const std::string &edits); // both
 std::string value_of(Peer &client, const std::string &line, proto::Source source = proto::Source::running);
 
 // A running agent, an application that is in step, and a client.

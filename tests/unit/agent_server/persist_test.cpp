@@ -1,9 +1,5 @@
 #include "agent/persist.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
 #include <gtest/gtest.h>
 
 #include "service/text.h"
@@ -36,26 +32,4 @@ TEST(Text, IsCutBetweenCharacters)
     const char *const cuts[] = {"", "a", "a", "a\u00e9", "a\u00e9", "a\u00e9", "a\u00e9\u20ac", "a\u00e9\u20ac"};
     for (std::size_t max = 0; max < std::size(cuts); max++)
         EXPECT_EQ(service::cut_text("a\u00e9\u20ac", max), cuts[max]) << max;
-}
-
-TEST(Files, ALinkKeepsWhatWasReplaced)
-{
-    char name[] = "/tmp/persist-test-XXXXXX";
-    const std::string dir = mkdtemp(name);
-    std::string error;
-    ASSERT_TRUE(agent::replace_file(dir, "a", "one", agent::Sync::file, &error)) << error;
-    ASSERT_TRUE(agent::link_file(dir, "a", "b", &error)) << error;
-    ASSERT_TRUE(agent::replace_file(dir, "a", "two", agent::Sync::none, &error)) << error;
-    std::string bytes;
-    EXPECT_EQ(agent::read_file(dir + "/b", &bytes, &error), agent::Found::whole);
-    EXPECT_EQ(bytes, "one");
-    for (const char *when : {"over an existing name", "once more"})
-        ASSERT_TRUE(agent::link_file(dir, "a", "b", &error)) << when << ": " << error;
-    EXPECT_EQ(agent::list_files(dir).size(), 4U) << "a, b, and the directory's own two";
-    EXPECT_EQ(agent::read_file(dir + "/b", &bytes, &error), agent::Found::whole);
-    EXPECT_EQ(bytes, "two");
-    EXPECT_EQ(agent::read_file(dir + "/c", &bytes, &error), agent::Found::missing);
-    EXPECT_FALSE(agent::replace_file(dir + "/none", "a", "x", agent::Sync::none, &error));
-    EXPECT_NE(error.find("No such file"), std::string::npos);
-    std::filesystem::remove_all(dir);
 }

@@ -27,8 +27,7 @@ struct ServerTest : AgentTest {
 
 TEST_F(ServerTest, AFrameMayComeInPiecesAndCarryRubbish)
 {
-    Peer half; // stays open, and costs nobody anything
-    connect(half, Role::client);
+    Peer half(Role::client); // stays open, and costs nobody anything
     const std::string frame = proto::make_frame(Op::get, 100, proto::encode(proto::Get{}));
     send_bytes(half, frame.substr(0, frame.size() - 1));
     EXPECT_EQ(ask(client, Op::status).op, Op::reply);
@@ -65,8 +64,7 @@ TEST_F(ServerTest, WhoDoesNotBeginWithAHelloIsClosed)
 
 TEST_F(ServerTest, APeerThatNeverReadsIsClosedBeforeItFillsTheMemory)
 {
-    Peer deaf;
-    connect(deaf, Role::client);
+    Peer deaf(Role::client);
     const std::string everything = proto::make_frame(Op::get, 2, proto::encode(proto::Get{{}, true, {}}));
     while (send_bytes(deaf, everything))
         continue;
@@ -84,8 +82,7 @@ TEST_F(ServerTest, ManyThatSayNothingDoNotKeepOthersOut)
     std::vector<Peer> silent(250);
     for (Peer &peer : silent)
         EXPECT_TRUE(open_socket(peer));
-    Peer other;
-    connect(other, Role::client);
+    Peer other(Role::client);
     EXPECT_TRUE(is_closed(silent.front())) << "the oldest made room";
     EXPECT_TRUE(is_closed(silent.back())) << "after 5 s";
 }
@@ -112,29 +109,23 @@ TEST_F(ServerTest, RolesRestrictOperations)
     };
     // clang-format on
     for (const auto &[role, op] : forbidden) {
-        Peer peer;
-        connect(peer, role);
+        Peer peer(role);
         EXPECT_EQ(ask_error(peer, op).code, ErrorCode::unknown_op) << static_cast<int>(op);
     }
 }
 
 TEST_F(ServerTest, DataConnectionsReadOneSnapshot)
 {
-    Peer data;
-    connect(data, Role::data);
+    Peer data(Role::data);
     const auto get = [&data](const std::string &path) { return ask(data, Op::cdb_get, proto::CdbPath{path}); };
-    const auto count = [&data](Op op, const std::string &path) {
-        return ask_for<proto::CdbCount>(data, op, proto::CdbPath{path}).count;
-    };
     const std::string disable = "/gw-snmp:snmp/disable";
     EXPECT_EQ(ask_error(data, Op::cdb_get, proto::CdbPath{disable}).code, ErrorCode::no_session);
     ask(data, Op::cdb_start, proto::CdbStart{});
-    edit(client, "snmp disable false");
-    commit(client);
+    change(client, "snmp disable false");
     EXPECT_EQ(decoded<proto::CdbValue>(get(disable)).value, proto::make_number(proto::ValueType::boolean, 1))
         << "as it was at the start";
-    EXPECT_EQ(count(Op::cdb_exists, "/gw-system:ip/dhcp/excluded-address"), 1);
-    EXPECT_EQ(count(Op::cdb_count, "/gw-system:ip/dhcp/excluded-address/excluded-address-range"), 0);
+    const proto::CdbPath ranges{"/gw-system:ip/dhcp/excluded-address/excluded-address-range"};
+    EXPECT_EQ(ask_for<proto::CdbCount>(data, Op::cdb_count, ranges).count, 0);
     ask(data, Op::cdb_cd, proto::CdbPath{"/gw-system:interface/GigabitEthernet[0]"});
     EXPECT_EQ(get("port").op, Op::reply);
     ask(data, Op::cdb_namespace, proto::CdbNamespace{0x6b64eac0});
