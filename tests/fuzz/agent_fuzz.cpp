@@ -5,13 +5,9 @@
 // An input is steps of PEER OPERATION LENGTH-HIGH LENGTH-LOW PAYLOAD. PEER: its low bits choose one of the peers below,
 // 0x80 says that the payload is a text to make the operation's record of, 0x40 that no answer is wanted. OPERATION 0:
 // the peer leaves, and comes back as another. A reply or error answers the oldest question of the agent to that peer.
-#include <algorithm>
-#include <cstdlib>
 #include <deque>
-#include <filesystem>
 #include <map>
 #include <set>
-#include <sstream>
 #include <utility>
 
 #include <event2/event.h>
@@ -20,8 +16,8 @@
 #include "agent/dispatch.h"
 #include "agent/model/render.h"
 #include "agent/unconfirmed.h"
-#include "protocol/wire.h"
-#include "service/log.h"
+#include "quiet.h"
+#include "target.h"
 
 namespace agent {
 
@@ -45,11 +41,11 @@ Server open_server(const Loop & /*loop*/, std::uint16_t /*port*/, ServerEvents /
 
 bool send_frame(const Server &server, PeerId peer, proto::Op op, std::uint32_t id, std::string_view payload)
 {
-    if (!proto::fits_frame(payload.size())) abort();
+    require(proto::fits_frame(payload.size()));
     const auto it = server->questions.find(peer);
     if (it == server->questions.end() || server->closing.contains(peer)) return false;
     if (op == proto::Op::reply || op == proto::Op::error) {
-        if (server->open.erase({peer, id}) == 0) abort();
+        require(server->open.erase({peer, id}) == 1);
     } else if (op != proto::Op::event) {
         it->second.emplace_back(op, id);
     }
@@ -68,13 +64,6 @@ std::vector<PeerInfo> peers(const Server & /*server*/)
 
 } // namespace agent
 
-namespace service {
-
-void open_log(const char * /*name*/, bool /*echo*/) {}
-void log(int /*priority*/, const char * /*format*/, ...) {}
-
-} // namespace service
-
 namespace {
 
 using proto::Op;
@@ -86,7 +75,7 @@ constexpr unsigned char is_text = 0x80;
 constexpr unsigned char unanswered = 0x40;
 
 struct Bench {
-    std::string dir;
+    Folder folder;
     agent::Agent agent;
     agent::Version first; // what every session begins with
     agent::PeerId peers[peer_count] = {};
@@ -95,17 +84,11 @@ struct Bench {
 
     Bench()
     {
-        std::string pattern = std::filesystem::is_directory("/dev/shm") ? "/dev/shm/" : "/tmp/";
-        pattern += "gw-agent-fuzz.XXXXXX";
-        dir = mkdtemp(pattern.data());
-        agent.options = {GW_SOURCE_DIR "/yang", dir, GW_SOURCE_DIR "/agent/factory.json", 0, false};
+        agent.options = {GW_SOURCE_DIR "/yang", folder.path, GW_SOURCE_DIR "/agent/factory.json", 0, false};
         std::string error;
-        if (!start_agent(agent, &error)) abort();
+        require(start_agent(agent, &error));
         first = agent.store.running;
     }
-    ~Bench() { std::filesystem::remove_all(dir); }
-    Bench(const Bench &) = delete;
-    Bench &operator=(const Bench &) = delete;
 };
 
 struct Step {
@@ -115,26 +98,14 @@ struct Step {
     std::string payload;
 };
 
-bool take_step(proto::Reader &in, Step *step)
+bool take_step(std::string_view *input, Step *step)
 {
-    const std::uint8_t who = proto::get_u8(in);
-    step->peer = (who & 0x3fU) % peer_count;
-    step->flags = who;
-    step->operation = proto::get_u8(in);
-    const std::size_t length = proto::get_u16(in);
-    if (!in.ok) return false;
-    step->payload.assign(in.at, std::min<std::size_t>(length, in.end - in.at));
-    in.at += step->payload.size();
+    if (input->size() < 4) return false;
+    step->flags = take_byte(input);
+    step->peer = (step->flags & 0x3fU) % peer_count;
+    step->operation = take_byte(input);
+    step->payload = take_sized(input);
     return true;
-}
-
-proto::Words words_of(const std::string &text)
-{
-    std::istringstream in(text);
-    proto::Words words;
-    for (std::string word; in >> word;)
-        words.push_back(word);
-    return words;
 }
 
 // The record of the operation, made of a text whose first character is its switch.
@@ -236,11 +207,11 @@ void end_session(Bench &bench)
         leave(bench, at);
     for (int i = 0; i < 100 && !agent.calls.pending.empty(); i++)
         event_base_loop(base_of(agent.loop), EVLOOP_ONCE);
-    if (!agent.calls.pending.empty() || !agent.server->open.empty() || !agent.providers.busy.empty()) abort();
-    if (agent.commits.active || !agent.commits.queue.empty()) abort();
+    require(agent.calls.pending.empty() && agent.server->open.empty() && agent.providers.busy.empty());
+    require(!agent.commits.active && agent.commits.queue.empty());
     for (const std::size_t at : {0, 1, 3, 4})
         leave(bench, at);
-    if (!agent.sessions.empty()) abort();
+    require(agent.sessions.empty());
 }
 
 void check_disk(const Bench &bench)
@@ -248,8 +219,8 @@ void check_disk(const Bench &bench)
     agent::Version stored;
     std::string why;
     const agent::Datastore &store = bench.agent.store;
-    if (!read_version(store, "running.json", &stored, &why) || stored.stamp.txid != store.running.stamp.txid) abort();
-    if (!model::identical(stored.tree.get(), store.running.tree.get())) abort();
+    require(read_version(store, "running.json", &stored, &why) && stored.stamp.txid == store.running.stamp.txid);
+    require(model::identical(stored.tree.get(), store.running.tree.get()));
 }
 
 void start_over(Bench &bench)
@@ -262,27 +233,25 @@ void start_over(Bench &bench)
     agent.store.running = bench.first;
     agent.store.history.clear();
     agent.store.last_txid = bench.first.stamp.txid;
-    for (const std::string &name : agent::list_files(bench.dir)) {
-        if (name != agent::version_name(bench.first.stamp.txid)) agent::remove_file(bench.dir, name);
+    for (const std::string &name : agent::list_files(bench.folder.path)) {
+        if (name != agent::version_name(bench.first.stamp.txid)) agent::remove_file(bench.folder.path, name);
     }
     std::string error;
-    agent::link_file(bench.dir, agent::version_name(bench.first.stamp.txid), "running.json", &error);
+    agent::link_file(bench.folder.path, agent::version_name(bench.first.stamp.txid), "running.json", &error);
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void check(std::string_view input)
 {
     static Bench bench;
-    proto::Reader in = proto::make_reader({reinterpret_cast<const char *>(data), size});
     for (std::size_t at = 0; at < peer_count; at++)
         come(bench, at);
-    for (Step step; take_step(in, &step);) {
+    for (Step step; take_step(&input, &step);) {
         act(bench, step);
         settle(bench);
     }
     end_session(bench);
     if (bench.agent.store.last_txid != bench.first.stamp.txid) check_disk(bench);
     start_over(bench);
-    return 0;
 }

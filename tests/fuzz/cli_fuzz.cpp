@@ -3,16 +3,12 @@
 //
 // An input is MODE, a byte whose bits are below, LENGTH (two bytes) and that much of lines, then the agent's answers,
 // each with its LENGTH.
-#include <algorithm>
-#include <cstdint>
-#include <cstdlib>
-#include <sstream>
-
 #include "cli/complete.h"
 #include "cli/execute.h"
 #include "cli/link.h"
 #include "cli/signals.h"
 #include "protocol/wire.h"
+#include "target.h"
 
 namespace cli {
 
@@ -78,21 +74,6 @@ constexpr unsigned configures = 1;
 constexpr unsigned as_json = 2;
 constexpr unsigned completes = 4;
 
-struct Output {
-    char *text = nullptr;
-    std::size_t size = 0;
-    std::FILE *file = open_memstream(&text, &size);
-
-    Output() = default;
-    Output(const Output &) = delete;
-    Output &operator=(const Output &) = delete;
-    ~Output()
-    {
-        std::fclose(file);
-        std::free(text);
-    }
-};
-
 void check_words(const std::string &line)
 {
     std::vector<cli::Word> words;
@@ -103,7 +84,7 @@ void check_words(const std::string &line)
     for (const cli::Word &word : words)
         again += cli::quote_word(word.text) + " ";
     std::vector<cli::Word> back;
-    if (!cli::split_line(again, &back, &why) || cli::texts_of(back) != cli::texts_of(words)) abort();
+    require(cli::split_line(again, &back, &why) && cli::texts_of(back) == cli::texts_of(words));
 }
 
 void complete(cli::Cli *cli, const std::string &line)
@@ -111,28 +92,20 @@ void complete(cli::Cli *cli, const std::string &line)
     if (line.find("load") != std::string::npos) return; // would look into the folders of this machine
     const cli::Completion completion = cli::complete_line(cli, line);
     cli::put(*cli, cli::candidate_list(completion));
-    if (cli::insertion(completion).find('\0') != std::string::npos) abort();
-}
-
-void check_output(const Output &out)
-{
-    std::fflush(out.file);
-    const auto unwanted = [](unsigned char c) { return (c < 0x20 && c != '\n') || c == 0x7f; };
-    if (std::any_of(out.text, out.text + out.size, unwanted)) abort();
+    require(cli::insertion(completion).find('\0') == std::string::npos);
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void check(std::string_view input)
 {
-    cli::answers = proto::make_reader({reinterpret_cast<const char *>(data), size});
+    cli::answers = proto::make_reader(input);
     const unsigned mode = proto::get_u8(cli::answers);
     std::istringstream lines(cli::next_answer());
-    const Output out;
-    const Output err;
+    char *text = nullptr;
+    std::size_t size = 0;
     cli::Cli cli;
-    cli.out = out.file;
-    cli.err = err.file;
+    cli.out = cli.err = open_memstream(&text, &size);
     cli.mode = (mode & configures) != 0 ? cli::in_configure : cli::in_operation;
     if ((mode & as_json) != 0) cli.session.given = cli::opt_json;
     for (std::string line; std::getline(lines, line);) {
@@ -143,6 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             cli::execute_line(&cli, line);
         }
     }
-    check_output(out);
-    return 0;
+    fclose(cli.out);
+    require(std::none_of(text, text + size, [](unsigned char c) { return (c < 0x20 && c != '\n') || c == 0x7f; }));
+    free(text);
 }

@@ -1,11 +1,8 @@
 // Texts that the simulated appliance takes: its tree of control files, what is written into one of them, and the memory
 // of a module. The input is the tree's text up to a NUL, then the writes and the module's text.
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-
 #include "lab/click_handlers.h"
 #include "lab/sfp_module.h"
+#include "target.h"
 
 namespace {
 
@@ -24,27 +21,25 @@ void write_all(ClickTree tree, const std::string &text)
     const ClickTree before = tree;
     for (const auto &[path, node] : before) {
         const std::string old = tree[path].value;
-        if (click_write(tree, path, text) != 0 && tree[path].value != old) abort();
+        require(click_write(tree, path, text) == 0 || tree[path].value == old);
     }
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void check(std::string_view input)
 {
-    const std::string input(reinterpret_cast<const char *>(data), size);
-    const std::string text = input.substr(0, input.find('\0'));
-    const std::string rest = text.size() < size ? input.substr(text.size() + 1) : "";
+    const std::string text = take_until(&input, '\0');
+    const std::string rest(input);
     ClickTree tree;
     std::string error;
     if (parse_click_tree(text, tree, error)) {
         std::size_t files = 0;
         walk(tree, "/", 0, &files);
-        if (files > tree.size()) abort();
+        require(files <= tree.size());
         write_all(tree, rest);
     }
     SfpModule module = parse_module(rest);
     std::uint8_t bytes[8];
     if (begin_transfer(module) == 0) read_bytes(module, 0x50, bytes);
-    return 0;
 }

@@ -1,33 +1,18 @@
 // What a client may say about data: the first byte chooses keypath, words of an edit, completion or a whole document.
 // Whatever it is, a refused edit leaves the tree as it was, and what an edit did prints and loads again.
-#include <cstdint>
-#include <cstdlib>
-#include <sstream>
-
 #include "agent/model/complete.h"
 #include "agent/model/edit.h"
 #include "agent/model/render.h"
+#include "target.h"
 
 namespace {
 
 const model::Models &models()
 {
-    static const model::ModelsHandle loaded = [] {
-        std::string error;
-        model::ModelsHandle handle = model::load(GW_SOURCE_DIR "/yang", &error);
-        if (!handle) abort();
-        return handle;
-    }();
+    static std::string error;
+    static const model::ModelsHandle loaded = model::load(GW_SOURCE_DIR "/yang", &error);
+    require(loaded != nullptr);
     return *loaded;
-}
-
-proto::Words words_of(const std::string &text)
-{
-    std::istringstream in(text);
-    proto::Words words;
-    for (std::string word; in >> word;)
-        words.push_back(word);
-    return words;
 }
 
 void keypath(const std::string &text)
@@ -37,7 +22,7 @@ void keypath(const std::string &text)
     std::string error;
     if (!model::resolve(models(), text, {}, &target, &error)) return;
     const std::string shown = model::keypath_of(target);
-    if (!target.steps.empty() && !model::resolve(models(), shown, {}, &again, &error)) abort();
+    require(target.steps.empty() || model::resolve(models(), shown, {}, &again, &error));
     model::find_all(nullptr, target);
 }
 
@@ -52,8 +37,7 @@ void edits(const std::string &text)
         const proto::Words words = words_of(remove ? line.substr(1) : line);
         const bool done =
             remove ? model::remove(models(), &tree, words, &error) : model::set(models(), &tree, words, &error);
-        if (!done && !model::identical(before.get(), tree.get())) abort();
-        if (!done && error.text.empty()) abort();
+        require(done || (model::identical(before.get(), tree.get()) && !error.text.empty()));
     }
     model::to_tree(tree.get(), true);
 }
@@ -75,11 +59,9 @@ void completion(const std::string &text)
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void check(std::string_view input)
 {
-    if (size == 0) return 0;
-    const std::string text(reinterpret_cast<const char *>(data) + 1, size - 1);
     constexpr void (*targets[])(const std::string &) = {keypath, edits, document, completion};
-    targets[data[0] % 4](text);
-    return 0;
+    const std::uint8_t target = take_byte(&input);
+    targets[target % 4](std::string(input));
 }

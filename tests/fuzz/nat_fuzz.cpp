@@ -1,11 +1,7 @@
 // The command that loads the forwarding rules into the data plane, and what the data plane makes of it: the rules as
 // they were, or none at all. An input is a byte per rule's protocol, four of address and two each of local and global
 // port; what is left at its end is the routing prefix.
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include <arpa/inet.h>
 
@@ -13,7 +9,8 @@
 #include "pat/nat_command.h"
 #include "pat/pat_table.h"
 #include "protocol/wire.h"
-#include "quiet_log.h"
+#include "quiet.h"
+#include "target.h"
 
 namespace {
 
@@ -42,51 +39,44 @@ bool make_command(const std::vector<NatRule> &rules, const char *prefix, NatComm
 }
 
 // What the shell's echo writes.
-std::string echoed(const std::string &command)
+std::string echoed(std::string_view command)
 {
-    std::string text;
-    for (std::size_t at = command.find('"') + 1; command[at] != '"'; at++) {
-        const bool line_break = command.compare(at, 2, "\\n") == 0;
-        text += line_break ? '\n' : command[at];
-        at += line_break ? 1 : 0;
-    }
+    take_until(&command, '"');
+    std::string text = take_until(&command, '"');
+    for (std::size_t at = text.find("\\n"); at != std::string::npos; at = text.find("\\n", at))
+        text.replace(at, 2, 1, '\n');
     return text;
 }
 
-void check_listing(const std::vector<NatRule> &rules, const std::string &listing)
+void check_listing(const std::vector<NatRule> &rules, std::string_view listing)
 {
-    std::size_t at = listing.find('\n') + 1;
+    take_line(&listing);
     for (const NatRule &rule : rules) {
-        const std::size_t end = listing.find('\n', at) + 1;
-        parse_line(1, listing.substr(at, end - at).c_str());
-        at = end;
+        parse_line(1, take_line(&listing).c_str());
         const PortMapEntry &mapping = pat_infos[1];
         in_addr address{};
-        if (mapping.port != rule.global_port || mapping.dest_port != rule.local_port || mapping.hits != 0) abort();
-        if (strcmp(mapping.protocol, nat_proto_name(rule.protocol)) != 0) abort();
-        if (inet_pton(AF_INET, mapping.dest_address, &address) != 1) abort();
-        if (address.s_addr != rule.local_address.s_addr) abort();
+        require(mapping.port == rule.global_port && mapping.dest_port == rule.local_port && mapping.hits == 0);
+        require(strcmp(mapping.protocol, nat_proto_name(rule.protocol)) == 0);
+        require(inet_pton(AF_INET, mapping.dest_address, &address) == 1);
+        require(address.s_addr == rule.local_address.s_addr);
     }
-    if (at != listing.size()) abort();
+    require(listing.empty());
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void check(std::string_view input)
 {
-    proto::Reader in = proto::make_reader({reinterpret_cast<const char *>(data), size});
+    proto::Reader in = proto::make_reader(input);
     const std::vector<NatRule> rules = take_rules(in);
     const std::string prefix = std::string("/click/routing/") + std::string(in.at, in.end).c_str();
     NatCommand command;
     if (!make_command(rules, prefix.c_str(), command)) {
-        if (rules.size() <= 28) abort();
-        return 0;
+        require(rules.size() > 28);
+        return;
     }
-    bool port_zero = false;
-    for (const NatRule &rule : rules)
-        port_zero = port_zero || rule.global_port == 0;
+    const bool port_zero = std::ranges::any_of(rules, [](const NatRule &rule) { return rule.global_port == 0; });
     std::string listing;
-    if (list_mappings(echoed(command.text), listing) == port_zero) abort();
+    require(list_mappings(echoed(command.text), listing) != port_zero);
     if (!port_zero) check_listing(rules, listing);
-    return 0;
 }

@@ -1,11 +1,6 @@
 // Bytes of a connection through the agent's server, cut into pieces: whatever the cuts, the agent gets the frames that
 // the stream holds, in their order, up to the first that is none or a second hello; then the connection ends.
 // The first byte is the size of a piece.
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include <event2/event.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -15,14 +10,8 @@
 #include "agent/server.h"
 #include "protocol/frame.h"
 #include "protocol/hello.h"
-#include "service/log.h"
-
-namespace service {
-
-void open_log(const char * /*name*/, bool /*echo*/) {}
-void log(int /*priority*/, const char * /*format*/, ...) {}
-
-} // namespace service
+#include "quiet.h"
+#include "target.h"
 
 namespace {
 
@@ -45,8 +34,8 @@ sockaddr_in free_address()
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0) abort();
-    if (getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size) != 0) abort();
+    require(bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0);
+    require(getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size) == 0);
     close(fd);
     return address;
 }
@@ -62,7 +51,7 @@ Bench::Bench() : address(free_address())
     events.dispensable = [](agent::PeerId /*peer*/) { return true; };
     std::string error;
     server = agent::open_server(loop, ntohs(address.sin_port), events, &error);
-    if (!server) abort();
+    require(server != nullptr);
 }
 
 std::vector<std::string> frames_of(std::string_view stream)
@@ -95,11 +84,10 @@ void send_pieces(const Bench &bench, int fd, std::string_view stream, std::size_
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void check(std::string_view input)
 {
     static Bench bench;
-    if (size == 0) return 0;
-    const std::string_view stream(reinterpret_cast<const char *>(data) + 1, size - 1);
+    const std::size_t piece = std::max<std::size_t>(take_byte(&input), 1);
     const std::string hello =
         proto::make_frame(proto::Op::hello, 1, proto::encode(proto::Hello{proto::version, proto::Role::client, "", 1}));
     bench.got.clear();
@@ -108,10 +96,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const int on = 1;
     setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on); // a piece is a packet
-    if (connect(fd, reinterpret_cast<const sockaddr *>(&bench.address), sizeof bench.address) != 0) abort();
+    require(connect(fd, reinterpret_cast<const sockaddr *>(&bench.address), sizeof bench.address) == 0);
     send_pieces(bench, fd, hello, hello.size());
-    send_pieces(bench, fd, stream, std::max<std::size_t>(data[0], 1));
-    const std::vector<std::string> frames = frames_of(stream);
+    send_pieces(bench, fd, input, piece);
+    const std::vector<std::string> frames = frames_of(input);
     while (bench.gone == 0 && bench.got.size() < frames.size())
         turn(bench, EVLOOP_ONCE); // a turn may have ended early; what still waits when a peer leaves is not done
     shutdown(fd, SHUT_WR);
@@ -120,6 +108,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const linger at_once{1, 0}; // no port of this machine stays behind
     setsockopt(fd, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
     close(fd);
-    if (bench.greeted != 1 || bench.got != frames) abort();
-    return 0;
+    require(bench.greeted == 1 && bench.got == frames);
 }

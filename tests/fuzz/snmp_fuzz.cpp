@@ -1,14 +1,11 @@
 // What gw-snmp makes objects and traps of: the agent's trees and events, any text in any column, and the file that
 // holds its engine.
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-
 #include "snmp/columns.h"
 #include "snmp/config.h"
 #include "snmp/engine.h"
 #include "snmp/snapshot.h"
 #include "snmp/trap_message.h"
+#include "target.h"
 
 using proto::NodeKind;
 using proto::ValueType;
@@ -19,19 +16,16 @@ void check_engine(const std::string &text)
 {
     snmp::Engine engine;
     snmp::Engine again;
-    if (snmp::parse_engine(text, &engine) &&
-        (!snmp::parse_engine(snmp::render_engine(engine), &again) || again.id != engine.id)) {
-        abort();
-    }
+    if (!snmp::parse_engine(text, &engine)) return;
+    require(snmp::parse_engine(snmp::render_engine(engine), &again) && again.id == engine.id);
 }
 
 void check_snapshot(const proto::Tree &tree)
 {
     const snmp::Snapshot snapshot = snmp::make_snapshot(tree);
     for (const snmp::Object &object : snapshot.objects) {
-        if (object.bytes.size() > 255 || snmp::find_object(snapshot, object.name.data(), object.length) != &object) {
-            abort();
-        }
+        require(object.bytes.size() <= 255);
+        require(snmp::find_object(snapshot, object.name.data(), object.length) == &object);
     }
 }
 
@@ -51,16 +45,15 @@ proto::Tree everywhere(const std::string &text)
 
 void check_trap(const proto::Event &event)
 {
-    for (const snmp::Binding &binding : snmp::translate(event).bindings) {
-        if (binding.object == nullptr || binding.text.size() > 255) abort();
-    }
+    for (const snmp::Binding &binding : snmp::translate(event).bindings)
+        require(binding.object != nullptr && binding.text.size() <= 255);
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void check(std::string_view input)
 {
-    const std::string text(reinterpret_cast<const char *>(data), size);
+    const std::string text(input);
     proto::Tree tree;
     proto::Event event;
     check_engine(text);
@@ -70,5 +63,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         snmp::config_of(tree);
     }
     if (proto::decode(text, &event)) check_trap(event);
-    return 0;
 }

@@ -1,39 +1,33 @@
 // Small texts that files bring: the debug control file, the trailer of a stored document.
-#include <cstdint>
-#include <cstdlib>
-#include <string>
-
 #include "agent/persist.h"
 #include "core/base/debug_info.h"
+#include "target.h"
 
 namespace {
 
 void debug_file(std::string_view text)
 {
     DebugCommand command{};
-    while (next_debug_command(text, command)) {
-        if (std::string_view(command.key).size() > 15 || std::string_view(command.value).size() > 127) abort();
-    }
+    while (next_debug_command(text, command))
+        require(std::string_view(command.key).size() <= 15 && std::string_view(command.value).size() <= 127);
 }
 
 void trailer(const std::string &file)
 {
     agent::Document document;
     std::string why;
-    if (!agent::split_trailer(file, &document, &why) && why.empty()) abort();
-    agent::Document own{
+    require(agent::split_trailer(file, &document, &why) || !why.empty());
+    const agent::Document own{
         {7, 1, file},
         file
     };
-    if (!agent::split_trailer(agent::with_trailer(own), &document, &why) || document.text != file) abort();
+    require(agent::split_trailer(agent::with_trailer(own), &document, &why) && document.text == file);
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void check(std::string_view input)
 {
-    const std::string text(reinterpret_cast<const char *>(data), size);
-    debug_file(text);
-    trailer(text);
-    return 0;
+    debug_file(input);
+    trailer(std::string(input));
 }

@@ -1,10 +1,8 @@
 // Values on their way: from the wire to the C records of the daemon and back, and between a value and its text. What
 // decodes comes back as it was, and canonical texts are fixed points.
-#include <cstdint>
-#include <cstdlib>
-
 #include "platform/confd/convert.h"
 #include "protocol/wire.h"
+#include "target.h"
 
 using proto::Value;
 using proto::ValueType;
@@ -24,17 +22,17 @@ void check_records(const Value &v)
 {
     confd::Arena arena;
     Value back;
-    if (!confd::from_c(confd::to_c(v, &arena), &back) || back != as_buf(v)) abort();
+    require(confd::from_c(confd::to_c(v, &arena), &back) && back == as_buf(v));
 }
 
 void check_text(ValueType type, const std::string &text)
 {
     const std::string shown = proto::printable(text);
-    if (proto::printable(shown) != shown) abort();
+    require(proto::printable(shown) == shown);
     Value v;
     Value again;
     if (!proto::from_text(type, text, &v)) return;
-    if (v.type != type || !proto::from_text(type, proto::to_text(v), &again) || again != v) abort();
+    require(v.type == type && proto::from_text(type, proto::to_text(v), &again) && again == v);
 }
 
 void check_wire(std::string_view bytes)
@@ -44,9 +42,12 @@ void check_wire(std::string_view bytes)
     if (!r.ok) return;
     proto::Writer w;
     proto::put_value(w, v);
-    if (w != bytes.substr(0, bytes.size() - static_cast<std::size_t>(r.end - r.at))) abort();
+    require(w == bytes.substr(0, bytes.size() - static_cast<std::size_t>(r.end - r.at)));
     check_records(v);
-    check_text(v.type, proto::to_text(v));
+    const std::string text = proto::to_text(v);
+    check_text(v.type, text);
+    Value back;
+    require(!proto::from_text(v.type, text, &back) || proto::to_text(back) == text);
 }
 
 void check_keypath(std::string_view bytes)
@@ -57,27 +58,22 @@ void check_keypath(std::string_view bytes)
     confd::Arena arena;
     confd_hkeypath_t record;
     if (!confd::to_c(path, &arena, &record)) return;
-    for (std::size_t i = 0; i < path.size(); i++) {
-        if (record.v[i][path[i].is_keys ? path[i].keys.size() : 1].type != C_NOEXISTS) abort();
-    }
+    for (std::size_t i = 0; i < path.size(); i++)
+        require(record.v[i][path[i].is_keys ? path[i].keys.size() : 1].type == C_NOEXISTS);
+}
+
+// The first byte is the type.
+void check_typed(std::string_view text)
+{
+    const std::uint8_t type = take_byte(&text);
+    if (proto::is_value_type(type)) check_text(static_cast<ValueType>(type), std::string(text));
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void check(std::string_view input)
 {
-    if (size < 2) return 0;
-    const std::string_view bytes(reinterpret_cast<const char *>(data) + 1, size - 1);
-    switch (data[0] % 3) {
-    case 0:
-        check_wire(bytes);
-        break;
-    case 1:
-        check_keypath(bytes);
-        break;
-    default:
-        if (proto::is_value_type(data[1])) check_text(static_cast<ValueType>(data[1]), std::string(bytes.substr(1)));
-        break;
-    }
-    return 0;
+    constexpr void (*targets[])(std::string_view) = {check_wire, check_keypath, check_typed};
+    const std::uint8_t target = take_byte(&input);
+    targets[target % 3](input);
 }

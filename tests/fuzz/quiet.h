@@ -1,11 +1,14 @@
-// The daemon's log for fuzz targets: every line is formatted, so that a text without end is noticed, and dropped.
-#ifndef GW_FUZZ_QUIET_LOG_H
-#define GW_FUZZ_QUIET_LOG_H
+// In place of logs and shell. Every line of the daemon's is formatted, so that a text without end is noticed, and
+// dropped.
+#ifndef GW_FUZZ_QUIET_H
+#define GW_FUZZ_QUIET_H
 
 #include <cstdarg>
 #include <cstdio>
 
+#include "core/base/command_runner.h"
 #include "core/base/log.h"
+#include "service/log.h"
 
 inline void format_line(const char *format, va_list arguments)
 {
@@ -38,5 +41,12 @@ void log_trace(int /*level*/, TracePoint /*point*/, const char *format, ...)
     format_line(format, arguments);
     va_end(arguments);
 }
+
+void service::open_log(const char * /*name*/, bool /*echo*/) {}
+void service::log(int /*priority*/, const char * /*format*/, ...) {}
+
+void CommandRunner(const char * /*command*/) {}
+void log_system_call(const char * /*command*/) {}
+void run_shell(const char * /*command*/) {}
 
 #endif
