@@ -12,6 +12,7 @@ import socket
 import struct
 import subprocess
 import time
+import unittest
 
 BIN = pathlib.Path('/opt/gw/bin')
 STATE = pathlib.Path('/var/lib/gw-agent')
@@ -21,6 +22,8 @@ SCRIPT_LOG = pathlib.Path('/tmp/ip_session.log')
 PORT = 4565
 
 LAN = 'interface GigabitEthernet 0/0 ip address v4'
+DHCP, NAT = 'ip dhcp pool', 'ip nat inside source static tcp-udp-list'
+EXCLUDED = 'ip dhcp excluded-address excluded-address-range'
 
 
 def wait_for(what, condition, seconds=20):
@@ -36,6 +39,13 @@ def wait_for(what, condition, seconds=20):
 
 def run(*command):
     subprocess.run(command, check=True)
+
+
+def rule(number, protocol, address, local, port):
+    """The lines that forward a port of the WAN."""
+    leaves = {'tcp_udp': protocol, 'local-addr': address, 'local-port': local, 'interface global-port': port,
+              'interface Cellular': '1/0'}
+    return [f'set {NAT} {number} {leaf} {value}' for leaf, value in leaves.items()]
 
 
 def devices():
@@ -80,12 +90,30 @@ class Console:
         return SCRIPT_LOG.read_text().splitlines() if SCRIPT_LOG.exists() else []
 
 
+live = unittest.skipUnless(os.path.ismount('/click'), 'the control files are plain files here')
+
+
 class Lab(Console):
     """The whole lab, booted around this process: see gw_lab_test in CMakeLists.txt."""
 
     @staticmethod
     def labctl(*words):
         return subprocess.run(['/lab/labctl', *words], capture_output=True, text=True, check=True).stdout
+
+    @staticmethod
+    def pid(name):
+        """Of a supervised program; 0 while there is none."""
+        with contextlib.suppress(FileNotFoundError):
+            return int(pathlib.Path(f'/run/lab/{name}.pid').read_text() or 0)
+        return 0
+
+    def client(self, mac, *words):
+        """What a client got: ip, router, dns, lease and further options, by udhcpc's names."""
+        got = self.labctl('client', 'c' + mac, '02:11:22:33:44:' + mac, *words)
+        return dict(line.split('=', 1) for line in got.splitlines())
+
+    def led(self):
+        return self.shown('operational', 'led').get('gw-led:led', {}).get('status', {}).get('lan')
 
     @staticmethod
     def in_world(*command):
@@ -155,27 +183,26 @@ class Gateway(Console):
         with socket.socket() as probe:
             return probe.connect_ex(('127.0.0.1', PORT)) == 0
 
-    def daemon_byte(self, symbol):
-        """One byte of a global of the running daemon, read from its memory."""
-        listing = subprocess.run(['nm', '-C', BIN / 'tarvod'], capture_output=True, text=True, check=True).stdout
-        offset = int(next(line.split()[0] for line in listing.splitlines() if line.split()[-1] == symbol), 16)
-        pid = self.daemon.pid
-        maps = pathlib.Path(f'/proc/{pid}/maps').read_text().splitlines()
-        base = int(next(line for line in maps if line.endswith('/tarvod')).split('-')[0], 16)
-        with open(f'/proc/{pid}/mem', 'rb', buffering=0) as memory:
-            memory.seek(base + offset)
-            return memory.read(1)[0]
+
+def frame(op, request, payload=b''):
+    return struct.pack('>IBI', 5 + len(payload), op, request) + payload
+
+
+def hello(role):
+    return frame(1, 1, struct.pack('>HBI4sI', 1, role, 4, b'test', 0))
 
 
 class Peer:
     """A bare connection to the agent, for saying things that no client of ours would."""
 
-    def __init__(self):
+    def __init__(self, role):
         self.socket = socket.create_connection(('127.0.0.1', PORT), timeout=20)
         self.stream = self.socket.makefile('rb')
+        self.socket.sendall(hello(role))
+        self.answer()
 
-    def frame(self, op, request, payload=b''):
-        self.socket.sendall(struct.pack('>IBI', 5 + len(payload), op, request) + payload)
+    def say(self, op, request, payload=b''):
+        self.socket.sendall(frame(op, request, payload))
 
     def answer(self):
         length, op, request = struct.unpack('>IBI', self.stream.read(9))

@@ -12,17 +12,16 @@ import unittest
 import unittest.mock
 
 from faults import full, small_disk
-from gateway import BIN, LAN, PORT, STATE, Gateway, Peer, wait_for
+from gateway import BIN, DHCP, EXCLUDED, LAN, PORT, STATE, Gateway, Peer, hello, wait_for
 
 FIRST, ADDRESS = [f'set {LAN} ip 10.1.1.1', f'set {LAN} mask 255.255.255.0'], f'set {LAN} ip 10.1.1.{{}}'
-POOL, BINDING = 'set ip dhcp pool', 'set ip dhcp pool mac-binding 02:aa:00:00:00:{0} fixed-address 10.0.23.{0}'
-EXCLUDED = 'set ip dhcp excluded-address excluded-address-range 10.0.23.{0} high-address 10.0.23.{0}'
+POOL, BINDING = f'set {DHCP}', f'set {DHCP} mac-binding 02:aa:00:00:00:{{0}} fixed-address 10.0.23.{{0}}'
+EXCLUDE = f'set {EXCLUDED} 10.0.23.{{0}} high-address 10.0.23.{{0}}'
 CONF = pathlib.Path('/etc/dnsmasq/conf/dynamic.conf')
 FILES = [*(pathlib.Path(f'/tmp/dnsmasq.{name}') for name in ('bind.dhcp_hosts', 'dhcp_opts', 'excl.dhcp_hosts')), CONF]
 RANGE = 'dhcp-range=10.0.23.3,10.0.23.254,255.255.255.0,4320m\n' \
         'dhcp-option=option:dns-server,10.0.23.2\ndhcp-option=option:router,10.0.23.1\n'
 GET, REPLY, GET_RUNNING = 16, 128, struct.pack('>BBI', 0, 1, 0)
-HELLO = struct.pack('>HBI4sI', 1, 1, 4, b'test', 0)
 CLOCK, DAY = pathlib.Path('/run/clock_step'), 86400
 
 
@@ -65,12 +64,16 @@ class AgentTest(unittest.TestCase):
             gw.up().commit(*FIRST)
             gw.commit(ADDRESS.format(2))
             gw.kill(gw.agent)
-            (STATE / 'running.json').write_text('')
+            before, mark = set(STATE.iterdir()), gw.mark()
+            cut = (STATE / 'running.json').read_bytes()[:-9]
+            os.truncate(STATE / 'running.json', len(cut))  # in place: the file of the newest transaction is the same one
             with full(STATE):
                 gw.start_agent(expect_up=False)
                 self.assertNotEqual(gw.agent.wait(20), 0)
             gw.start_agent()
             self.expect_step(1)
+            self.assertIn('running.json is not used: it is cut', gw.log(mark))
+            self.assertIn(cut, [file.read_bytes() for file in set(STATE.iterdir()) - before], 'the damaged file is kept')
 
     def test_full_disk_for_the_files_of_the_appliance(self):
         gw = self.gw
@@ -80,11 +83,11 @@ class AgentTest(unittest.TestCase):
             mark = gw.mark()
             with full('/tmp'), full(CONF.parent):
                 gw.commit(BINDING.format(11), f'{POOL} options option 26 number 1500', f'{POOL} lease lease-days 2',
-                          EXCLUDED.format(20))
+                          EXCLUDE.format(20))
                 self.assertEqual([path.read_text() for path in FILES], ['02:aa:00:00:00:10,10.0.23.10\n', '26,1400\n', '', ''])
             for path in (f'{FILES[0]}.tmp', f'{FILES[1]}.tmp', FILES[2], 'dhcp conf file'):
                 self.assertIn(f'unable to write {path}\n', gw.log(mark))
-            gw.commit(f'{POOL} lease lease-days 3', EXCLUDED.format(30))
+            gw.commit(f'{POOL} lease lease-days 3', EXCLUDE.format(30))
             excluded = '10.0.23.20\n\n10.0.23.30\n\n'
             self.assertEqual([path.read_text() for path in FILES[2:]], [excluded, RANGE], 'whole at the next change')
             gw.kill(gw.daemon)
@@ -103,7 +106,7 @@ class AgentTest(unittest.TestCase):
         staying = []
         for n in range(count):
             peer = socket.create_connection(('127.0.0.1', PORT), timeout=20)
-            peer.send(struct.pack('>IBI', 5 + len(HELLO), 1, 1)[:n % 9])
+            peer.send(hello(role=1)[:n % 9])
             if n % 50 == 0:
                 staying.append(peer)
                 continue
@@ -115,17 +118,14 @@ class AgentTest(unittest.TestCase):
     def test_connections_by_the_thousand(self):
         gw = self.gw.up()
         gw.commit(*(BINDING.format(n) for n in range(10, 100)))
-        slow = [Peer() for _ in range(20)]
-        for peer in slow:
-            peer.frame(1, 1, HELLO)
-            peer.answer()
+        slow = [Peer(role=1) for _ in range(20)]
         descriptors = self.footprint()[0]
         staying = self.half_open(1000)
         resident = self.footprint()[1]
         for turn in range(1, 21):
             staying += self.half_open(500)
             for peer in slow:
-                peer.frame(GET, turn, GET_RUNNING)
+                peer.say(GET, turn, GET_RUNNING)
             self.assertIn('10.0.23.99', gw.configuration())
         for peer in staying:
             with contextlib.suppress(ConnectionError):
@@ -160,7 +160,3 @@ class AgentTest(unittest.TestCase):
                 self.expect_step(2)
                 wait_for('the way back', lambda: ' ip 10.1.1.1\n' in gw.configuration(), 6)
                 self.expect_step(1)
-
-
-if __name__ == '__main__':
-    unittest.main(verbosity=2)

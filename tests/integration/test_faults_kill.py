@@ -5,7 +5,7 @@ import subprocess
 import unittest
 
 from faults import Held, replace
-from gateway import BIN, LAN, SCRIPT, SCRIPT_LOG, Gateway, wait_for
+from gateway import BIN, DHCP, EXCLUDED, LAN, SCRIPT, SCRIPT_LOG, Gateway, wait_for
 
 COMMANDS = pathlib.Path('/tmp/system_cmds_with_timestamp')
 PUBLISHED, EXPORTS = pathlib.Path('/tmp/psv/Intf'), pathlib.Path('/tmp/tmp/Intf')
@@ -14,13 +14,13 @@ PUBLISH = '/usr/bin/psv_stats.sh'
 # Two configurations, by their LAN address, that differ in every kind of entry: how to come to one from the other, and
 # what the appliance's files hold then.
 A, B = '10.9.9.1', '10.1.1.1'
-POOL, BINDING, EXCLUDED = 'ip dhcp pool', 'ip dhcp pool mac-binding 02:aa:00:00:00', 'ip dhcp excluded-address excluded-address-range'
-FIRST = [f'set {LAN} ip {A}', f'set {LAN} mask 255.255.255.0', f'set {POOL} network dhcp-subnet-prefix 10.0.23.0/24',
+BINDING = f'{DHCP} mac-binding 02:aa:00:00:00'
+FIRST = [f'set {LAN} ip {A}', f'set {LAN} mask 255.255.255.0', f'set {DHCP} network dhcp-subnet-prefix 10.0.23.0/24',
          f'set {BINDING}:0a fixed-address 10.0.23.10', f'set {EXCLUDED} 10.0.23.20 high-address 10.0.23.21']
 WAYS = {
-    A: [*FIRST, f'delete {BINDING}:0b', f'delete {POOL} options option 26', f'delete {EXCLUDED} 10.0.23.30'],
-    B: [f'set {LAN} ip {B}', f'set {POOL} network dhcp-subnet-prefix 10.0.23.0/25', f'set {BINDING}:0b fixed-address 10.0.23.11',
-        f'set {POOL} options option 26 number 1400', f'set {EXCLUDED} 10.0.23.30 high-address 10.0.23.30',
+    A: [*FIRST, f'delete {BINDING}:0b', f'delete {DHCP} options option 26', f'delete {EXCLUDED} 10.0.23.30'],
+    B: [f'set {LAN} ip {B}', f'set {DHCP} network dhcp-subnet-prefix 10.0.23.0/25', f'set {BINDING}:0b fixed-address 10.0.23.11',
+        f'set {DHCP} options option 26 number 1400', f'set {EXCLUDED} 10.0.23.30 high-address 10.0.23.30',
         f'delete {BINDING}:0a', f'delete {EXCLUDED} 10.0.23.20'],
 }
 CONF = 'dhcp-range=10.0.23.3,10.0.23.{},1440m\ndhcp-option=option:dns-server,10.0.23.2\ndhcp-option=option:router,10.0.23.1\n'
@@ -42,6 +42,13 @@ OUTCOMES = {  # victim: the asker's status and what he reads when it dies in val
     'gw-snmp': ((0, ''), (0, ''), (0, 'GigabitEthernet 0/0')),
 }
 UNCOMMITTED = {(VALIDATION, 'gw-agent'), (VALIDATION, 'tarvod')}
+AGENT_POINTS = {  # where the agent dies of itself -> whether the commit is in force afterwards
+    'before-persist': False,
+    'before-rename': False,
+    'before-swap': True,
+    'between-deliveries': True,
+    'before-acknowledge': True,
+}
 HURRIED = {'GW_HURRY': '300', 'LD_PRELOAD': str(BIN / 'hurry.so'), 'ASAN_OPTIONS': 'verify_asan_link_order=0'}
 
 
@@ -103,12 +110,15 @@ class KillTest(unittest.TestCase):
         self.assertIn('10.0.23.2/' + FILES['/click/intg_router_lan_conf/run'][lan].split()[1], shown)
         type(self).lan = lan
 
+    def other(self):
+        return B if self.lan == A else A
+
     def test_phases(self):
         whole = self.gw.cli('show', 'interface', 'brief').stdout
         for program in (VALIDATION, *DELIVERIES, READ):
             for victim, (in_validation, in_delivery, in_read) in OUTCOMES.items():
                 with self.subTest(program, victim=victim):
-                    new = B if self.lan == A else A
+                    new = self.other()
                     words = ('show', 'interface', 'brief') if program == READ else ('configure', *WAYS[new], 'commit')
                     status, said = self.killed(victim, program, *words)
                     expected, text = {VALIDATION: in_validation, READ: in_read}.get(program, in_delivery)
@@ -122,8 +132,48 @@ class KillTest(unittest.TestCase):
                         self.assertIn(new, self.gw.script_calls()[-1])
         self.assertEqual(self.gw.cli('show', 'interface', 'brief').stdout, whole)
 
+    def die_at(self, point, *words):
+        """The agent dies there in the commit; nobody was told anything before."""
+        self.kill('gw-agent')
+        self.forget_calls()
+        self.gw.start_agent(kill_at=point)
+        self.gw.in_step()
+        self.assertEqual(self.called(), [], 'a reconnect without a change delivers nothing')
+        refused = self.gw.commit(*words, check=False)
+        self.assertEqual((refused.returncode, self.gw.agent.wait()), (1, -9), 'the point was not reached')
+        self.assertIn('lost the agent', refused.stderr)
+
+    def test_points_of_a_commit(self):
+        for point, committed in AGENT_POINTS.items():
+            with self.subTest(point):
+                new = self.other()
+                self.die_at(point, *WAYS[new])
+                self.gw.start_agent()
+                self.expect(new if committed else self.lan)
+                self.assertEqual(self.called(), self.calls[new] if committed else [])
+
+    def test_both_killed(self):
+        new = self.other()
+        self.die_at('between-deliveries', *WAYS[new])
+        self.kill('tarvod')
+        self.gw.start_agent()
+        self.gw.start_daemon()
+        self.expect(new)
+
+    def test_changed_while_the_daemon_is_away(self):
+        self.kill('tarvod')
+        refused = self.gw.commit(*WAYS[self.other()], check=False)
+        self.assertIn('validate_', refused.stderr, 'nobody can say whether this is allowed')
+        said = self.gw.commit(f'set {DHCP} options option 27 number 1')
+        self.assertIn('tarvod is away', said.stdout + said.stderr)
+        self.gw.start_daemon()
+        self.gw.in_step()
+        self.assertIn('27,1\n', pathlib.Path('/tmp/dnsmasq.dhcp_opts').read_text())
+        self.gw.commit(f'delete {DHCP} options option 27')
+        self.expect(self.lan)
+
     def test_daemon_killed_again_while_it_catches_up(self):
-        new = B if self.lan == A else A
+        new = self.other()
         self.killed('tarvod', DELIVERIES[0], 'configure', *WAYS[new], 'commit')
         for program in DELIVERIES:
             self.kill('tarvod')
@@ -155,7 +205,3 @@ class KillTest(unittest.TestCase):
                 self.assertEqual(len(rows), len(set(rows)))
                 self.assertGreater(len(rows), published)
                 published = len(rows)
-
-
-if __name__ == '__main__':
-    unittest.main(verbosity=2)

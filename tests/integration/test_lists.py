@@ -1,37 +1,53 @@
-"""Options, bindings, exclusions and forwarding rules reach clients, data plane and operators, and go again."""
-import os
+"""The pool and all lists reach clients, data plane and operators, and go again."""
 import pathlib
+import subprocess
 import unittest
 
-from gateway import Lab
+from gateway import DHCP, EXCLUDED, Lab, live, rule
 
-DHCP, NAT = 'ip dhcp pool', 'ip nat inside source static tcp-udp-list'
-EXCLUDED = 'ip dhcp excluded-address excluded-address-range'
 MAPPED = pathlib.Path('/click/integrated_router/wan0_pf/mapped_ports')
 BINDINGS = pathlib.Path('/tmp/dnsmasq.bind.dhcp_hosts')
 COMMANDS = pathlib.Path('/tmp/system_cmds_with_timestamp')
 HEADER = 'port proto address dport hits\n'
 
 
-def rule(number, protocol, address, local, port):
-    leaves = {'tcp_udp': protocol, 'local-addr': address, 'local-port': local, 'interface global-port': port,
-              'interface Cellular': '1/0'}
-    return [f'set {NAT} {number} {leaf} {value}' for leaf, value in leaves.items()]
-
-
-live = unittest.skipUnless(os.path.ismount('/click'), 'the control files are plain files here')
-
-
 class ListsTest(unittest.TestCase):
     lab = Lab()
 
-    def client(self, mac, *words):
-        got = self.lab.labctl('client', 'c' + mac, '02:11:22:33:44:' + mac, *words)
-        return dict(line.split('=', 1) for line in got.splitlines())
+    def setUp(self):
+        self.client = self.lab.client
+
+    def pool(self, prefix, days, minutes):
+        self.lab.commit(f'set {DHCP} network dhcp-subnet-prefix {prefix}', f'set {DHCP} lease lease-days {days}',
+                        f'set {DHCP} lease lease-minutes {minutes}')
+
+    def test_a_pool(self):  # before others have leases
+        lab = self.lab
+        self.pool('10.7.7.16/28', 0, 30)
+        got = self.client('01', '10.7.7.28')
+        self.assertEqual([got[name] for name in ('ip', 'router', 'dns', 'lease')],
+                         ['10.7.7.28', '10.7.7.17', '10.7.7.18', '1800'])
+        self.pool('10.0.23.0/24', 1, 0)
+        self.assertEqual(pathlib.Path('/etc/dnsmasq/conf/dynamic.conf').read_text(),
+                         'dhcp-range=10.0.23.3,10.0.23.254,255.255.255.0,1440m\n'
+                         'dhcp-option=option:dns-server,10.0.23.2\ndhcp-option=option:router,10.0.23.1\n')
+        shown = subprocess.run('ip -4 -br address; ip route show default', shell=True, capture_output=True, text=True)
+        self.assertRegex(shown.stdout, r'(?s)srcr2\S* +UP +10.0.23.2/24 \ndhcpd\S* +UP +10.0.23.2/24 \n.*'
+                                       r'\ndefault via 10.0.23.1 dev srcr2 \n$')
+        first, second = self.client('01', '10.7.7.28'), self.client('02')
+        self.assertEqual([got['ip'] for got in (first, second)], ['10.0.23.3', '10.0.23.4'], 'the old one is refused')
+        self.assertEqual([second[name] for name in ('router', 'dns', 'lease')], ['10.0.23.1', '10.0.23.2', '86400'])
+        self.assertIn('Address: 10.0.23.4', lab.in_world('busybox', 'nslookup', '-type=a', 'c02', second['dns']))
+        rows = lab.shown('ip', 'dhcp', 'binding')['gw-oper:dhcp-server']['binding']
+        late = next(row for row in rows if row.pop('lease-remaining')[:4] in ('P1D', 'PT23') and row['host-name'] == 'c02')
+        self.assertEqual(late, {'client-address': '10.0.23.4', 'mac-address': '02:11:22:33:44:02', 'host-name': 'c02',
+                                'client-id': '01:02:11:22:33:44:02'})
+        self.assertEqual(lab.shown('ip', 'dhcp', 'pool')['gw-oper:dhcp-server']['pool-statistics'],
+                         {'leases-in-use': 2, 'free-addresses': 250, 'dhcp-subnet-prefix': '10.0.23.0/24'})
 
     def test_exclusions_and_bindings(self):
         lab, flushes = self.lab, COMMANDS.read_text().count('flush')
-        bound, address = f'{DHCP} mac-binding 02:11:22:33:44:0a', '10.0.23.4'
+        bound, address = f'{DHCP} mac-binding 02:11:22:33:44:0a', '10.0.23.5'
         lab.commit(f'set {EXCLUDED} 10.0.23.3 high-address 10.0.23.9')
         self.assertEqual(self.client('0a', address)['ip'], '10.0.23.10')
         lab.commit(f'set {bound} fixed-address {address}')
@@ -93,7 +109,3 @@ class ListsTest(unittest.TestCase):
         self.assertIn('28', lab.commit(*rule(28, 'tcp', '10.0.23.3', 1, 1), check=False).stderr)
         lab.commit('delete ip nat', f'delete {DHCP} mac-binding')
         self.assertEqual((BINDINGS.read_text(), MAPPED.read_text()), ('', HEADER))
-
-
-if __name__ == '__main__':
-    unittest.main(verbosity=2)

@@ -62,7 +62,3 @@ class PassthroughTest(unittest.TestCase):
         self.assertEqual(self.told(lambda: self.cellular(4, 0)), {}, 'three routes')
         on['script'][0] = '1 203.0.113.4 255.255.255.248 203.0.113.1 10.1.1.1 255.255.0.0 192.0.2.53 0.0.0.0 0'
         self.assertEqual(self.switch('true'), on)
-
-
-if __name__ == '__main__':
-    unittest.main(verbosity=2)

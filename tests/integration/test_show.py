@@ -61,7 +61,3 @@ class ShowTest(unittest.TestCase):
         brief = self.lab.cli('show', 'interface', 'brief').stdout
         self.assertRegex(brief, r'Cellular 1/0 +0\.0\.0\.0 +0\.0\.0\.0 +down +down')
         self.assertRegex(brief, r'GigabitEthernet 0/0 .* up +down +RJ45')
-
-
-if __name__ == '__main__':
-    unittest.main()

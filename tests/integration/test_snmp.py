@@ -49,12 +49,10 @@ def text(value):
 
 def raise_trap(name, *bindings):
     """What the daemon's library sends, for names that the daemon has none of."""
-    application = Peer()
-    application.frame(1, 1, struct.pack('>HB', 1, 2) + text('test') + struct.pack('>I', 0))
-    application.answer()
+    application = Peer(role=2)
     body = b''.join(text(word) for binding in bindings for word in binding)
-    application.frame(82, 0, text(name) + struct.pack('>I', len(bindings)) + body)
-    application.frame(30, 2)  # refused, and by then the trap has been taken
+    application.say(82, 0, text(name) + struct.pack('>I', len(bindings)) + body)
+    application.say(30, 2)  # refused, and by then the trap has been taken
     application.answer()
 
 
@@ -145,7 +143,3 @@ class SnmpTest(unittest.TestCase):
         self.assertEqual(wait_for('what is known', lambda: self.traps(2)),
                          [{'.1.3.6.1.4.1.32473.1.1.6.0': 'STRING: "watchdog"'}])
         self.assertEqual((self.counter(UNKNOWN), self.counter(UNKNOWN_BINDINGS)), (1, 1))
-
-
-if __name__ == '__main__':
-    unittest.main()

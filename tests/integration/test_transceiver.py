@@ -60,7 +60,3 @@ class TransceiverTest(unittest.TestCase):
         self.assertEqual(self.written('sfp', ('10g', 'down'), 'MAC link failed after polling 10s, [0xf2130f0c]:0x0',
                                       *connected), ['00000000', '00002000'])
         self.assertNotIn('31.f000', PHY_LOG.read_text())
-
-
-if __name__ == '__main__':
-    unittest.main(verbosity=2)
