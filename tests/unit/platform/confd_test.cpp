@@ -1,16 +1,25 @@
+// What the daemon calls to read data, and what calls the daemon to provide them.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 
 #include <csignal>
+#include <cstring>
 #include <thread>
 
+#include "platform/confd/convert.h"
+#include "platform/confd/names.h"
+#include "platform/confd/provider.h"
 #include "platform/confd/session.h"
 #include "protocol/data.h"
 #include "unit/platform/peer.h"
 
 using peer::Handle;
+using proto::DataCall;
+using proto::DataKind;
+using proto::make_text;
 using proto::Op;
+using proto::ValueType;
 
 namespace {
 
@@ -141,6 +150,125 @@ TEST(Trouble, SignalsAndSingleBytesInterruptNothing)
     });
     EXPECT_EQ(cdb_num_instances(pair.sock.fd, "list"), 4) << confd_lasterr();
     agent.join();
+}
+
+TEST(Values, WhatCannotTravelIsRefused)
+{
+    confd_value_t inner = {};
+    inner.type = C_LIST;
+    confd_value_t bad[5] = {};
+    const confd_vtype types[] = {C_STR, C_BUF, C_IPV4PREFIX, C_LIST, static_cast<confd_vtype>(1)};
+    for (int i = 0; i < 5; i++)
+        bad[i].type = types[i];
+    bad[1].val.buf.size = 1;
+    bad[2].val.ipv4prefix.len = 33;
+    bad[3].val.list = {&inner, 1};
+    proto::Value value;
+    for (const confd_value_t &one : bad)
+        EXPECT_FALSE(confd::from_c(one, &value)) << &one - bad;
+    std::vector<proto::Value> out;
+    EXPECT_FALSE(confd::from_c(bad, -1, &out) || confd::from_c(static_cast<confd_value_t *>(nullptr), 1, &out));
+}
+
+proto::PathElement element(std::uint32_t tag, std::vector<proto::Value> keys = {})
+{
+    return {!keys.empty(), tag, 0, std::move(keys)};
+}
+
+TEST(Keypath, HasALimitAndItsTextIsCutAndPrintable)
+{
+    confd::learn_names(std::vector{
+        proto::TagName{101, "interface"},
+        proto::TagName{102, "Ethernet" }
+    });
+    confd::Arena arena;
+    confd_hkeypath_t path;
+    const proto::Value key = make_text(ValueType::buf, "0\n0");
+    ASSERT_TRUE(confd::to_c({element(999), element(0, {key, key}), element(102), element(101)}, &arena, &path));
+    const std::string whole = "/interface/Ethernet{0\\x0a0 0\\x0a0}/?";
+    for (const int size : {64, 5, 1, 0}) {
+        char text[64] = "x";
+        EXPECT_EQ(confd_pp_kpath(text, size, &path), static_cast<int>(whole.size()));
+        EXPECT_EQ(text, size > 0 ? whole.substr(0, static_cast<std::size_t>(size) - 1) : "x");
+    }
+    for (const int more : {0, 1}) {
+        EXPECT_EQ(confd::to_c(proto::KeyPath(CONFD_MAX_DEPTH + more, element(1)), &arena, &path), more == 0);
+        EXPECT_EQ(confd::to_c({element(0, {CONFD_MAX_KEYS - 1U + more, key})}, &arena, &path), more == 0);
+    }
+}
+
+TEST(Names, StayValidWhenALaterAgentRenames)
+{
+    const auto learn = [](const char *name) {
+        confd::learn_names(std::vector(1, proto::TagName{201, name}));
+        return confd_hash2str(201);
+    };
+    const char *before = learn("first");
+    EXPECT_STREQ(learn("second"), "second");
+    EXPECT_STREQ(before, "first");
+}
+
+using Act = int (*)(confd_trans_ctx *tctx);
+Act act; // what the callback under test does
+
+int get_elem(confd_trans_ctx *tctx, confd_hkeypath_t *)
+{
+    return act(tctx);
+}
+
+proto::DataReply ask(DataCall call, Act callback, const char *callpoint = "point")
+{
+    confd::DaemonContext context = {};
+    confd_data_cbs cbs = {};
+    std::memcpy(cbs.callpoint, "point", sizeof "point");
+    cbs.get_elem = get_elem;
+    EXPECT_EQ(confd_register_data_cb(&context.handle, &cbs), CONFD_OK);
+    EXPECT_EQ(confd_register_data_cb(&context.handle, &cbs), CONFD_ERR) << "a second owner";
+    act = callback;
+    proto::DataReply reply;
+    EXPECT_TRUE(decode(confd::answer_call(&context, {callpoint, call, {}, -1, {}}), &reply));
+    return reply;
+}
+
+int reply_text(confd_trans_ctx *tctx, const char *text)
+{
+    confd_value_t v = {};
+    v.type = C_STR;
+    v.val.s = text;
+    return confd_data_reply_value(tctx, &v);
+}
+
+TEST(Reply, TheFirstGoodOneStandsAsItWasWhenGiven)
+{
+    const proto::DataReply reply = ask(DataCall::get_elem, [](confd_trans_ctx *tctx) {
+        EXPECT_EQ(reply_text(tctx, nullptr), CONFD_ERR);
+        EXPECT_EQ(confd_errno, CONFD_ERR_BADTYPE);
+        EXPECT_EQ(reply_text(tctx, std::string(proto::max_frame, 'x').c_str()), CONFD_ERR);
+        char text[] = "good";
+        EXPECT_EQ(reply_text(tctx, text), CONFD_OK) << "a refused reply is none";
+        std::memcpy(text, "gone", sizeof text);
+        EXPECT_EQ(reply_text(tctx, "second"), CONFD_ERR);
+        EXPECT_EQ(confd_errno, CONFD_ERR_USAGE);
+        return confd_data_reply_not_found(tctx);
+    });
+    EXPECT_EQ(reply.kind, DataKind::value);
+    EXPECT_EQ(reply.value.bytes, "good");
+}
+
+TEST(Reply, NoneIsAFailureThatSaysWhyAndMissingCallbacksAreNotCalled)
+{
+    const proto::DataReply failed = ask(DataCall::get_elem, [](confd_trans_ctx *tctx) -> int {
+        confd_trans_seterr(tctx, "first");
+        confd_trans_seterr(tctx, "unknown leaf %d", 5);
+        return CONFD_ERR;
+    });
+    EXPECT_EQ(failed.kind, DataKind::failed);
+    EXPECT_EQ(failed.text, "unknown leaf 5");
+    const proto::DataReply silent = ask(DataCall::get_elem, [](confd_trans_ctx *) -> int { return CONFD_OK; });
+    EXPECT_TRUE(silent.kind == DataKind::failed && !silent.text.empty());
+    const Act found = [](confd_trans_ctx *tctx) -> int { return reply_text(tctx, "called"); };
+    EXPECT_EQ(ask(DataCall::get_object, found).kind, DataKind::failed);
+    EXPECT_EQ(ask(DataCall::get_elem, found, "other").kind, DataKind::failed);
 }
 
 } // namespace
