@@ -58,9 +58,7 @@ inline void put_item(Writer &w, const KeyPath &v)
 
 template <std::integral T> void put_item(Writer &w, T v)
 {
-    for (int shift = 8 * (static_cast<int>(sizeof v) - 1); shift >= 0; shift -= 8) {
-        put_u8(w, static_cast<std::uint8_t>(static_cast<std::uint64_t>(v) >> shift));
-    }
+    put_int(w, static_cast<std::uint64_t>(v), sizeof v);
 }
 
 template <typename T>
@@ -117,10 +115,7 @@ inline void take_item(Reader &r, bool &v)
 
 template <std::integral T> void take_item(Reader &r, T &v)
 {
-    std::uint64_t bits = 0;
-    for (std::size_t i = 0; i < sizeof v; i++)
-        bits = bits << 8 | get_u8(r);
-    v = static_cast<T>(bits);
+    v = static_cast<T>(get_int(r, sizeof v));
 }
 
 template <typename T>

@@ -8,24 +8,6 @@ namespace {
 
 constexpr std::size_t ipv4_bytes = 4;
 
-void put_int(Writer &w, std::uint64_t v, int bytes)
-{
-    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
-        w.push_back(static_cast<char>(v >> shift));
-}
-
-std::uint64_t get_int(Reader &r, int bytes)
-{
-    if (!r.ok || r.end - r.at < bytes) {
-        r.ok = false;
-        return 0;
-    }
-    std::uint64_t v = 0;
-    for (int i = 0; i < bytes; i++)
-        v = v << 8 | static_cast<std::uint8_t>(*r.at++);
-    return v;
-}
-
 void put_bytes(Writer &w, const Value &v, std::size_t count)
 {
     w.append(reinterpret_cast<const char *>(v.address.data()), count);
@@ -123,24 +105,20 @@ bool at_end(const Reader &r)
     return r.ok && r.at == r.end;
 }
 
+void put_int(Writer &w, std::uint64_t v, std::size_t bytes)
+{
+    for (std::size_t left = bytes; left > 0; left--)
+        w.push_back(static_cast<char>(v >> 8 * (left - 1)));
+}
+
 void put_u8(Writer &w, std::uint8_t v)
 {
     put_int(w, v, 1);
 }
 
-void put_u16(Writer &w, std::uint16_t v)
-{
-    put_int(w, v, 2);
-}
-
 void put_u32(Writer &w, std::uint32_t v)
 {
     put_int(w, v, 4);
-}
-
-void put_u64(Writer &w, std::uint64_t v)
-{
-    put_int(w, v, 8);
 }
 
 void put_text(Writer &w, std::string_view v)
@@ -170,7 +148,7 @@ void put_value(Writer &w, const Value &v)
     case ValueType::uint64:
     case ValueType::boolean:
     case ValueType::enum_value:
-        put_u64(w, static_cast<std::uint64_t>(v.number));
+        put_int(w, static_cast<std::uint64_t>(v.number), 8);
         break;
     case ValueType::ipv4:
         put_bytes(w, v, ipv4_bytes);
@@ -215,6 +193,18 @@ void put_keypath(Writer &w, const KeyPath &v)
     });
 }
 
+std::uint64_t get_int(Reader &r, std::size_t bytes)
+{
+    if (!r.ok || static_cast<std::size_t>(r.end - r.at) < bytes) {
+        r.ok = false;
+        return 0;
+    }
+    std::uint64_t v = 0;
+    for (std::size_t i = 0; i < bytes; i++)
+        v = v << 8 | static_cast<std::uint8_t>(*r.at++);
+    return v;
+}
+
 std::uint8_t get_u8(Reader &r)
 {
     return static_cast<std::uint8_t>(get_int(r, 1));
@@ -228,11 +218,6 @@ std::uint16_t get_u16(Reader &r)
 std::uint32_t get_u32(Reader &r)
 {
     return static_cast<std::uint32_t>(get_int(r, 4));
-}
-
-std::uint64_t get_u64(Reader &r)
-{
-    return get_int(r, 8);
 }
 
 std::string get_text(Reader &r)

@@ -24,19 +24,19 @@ Reader make_reader(std::string_view bytes);
 // True when everything was read and nothing was malformed.
 bool at_end(const Reader &r);
 
+// The low bytes of a number, at most eight.
+void put_int(Writer &w, std::uint64_t v, std::size_t bytes);
 void put_u8(Writer &w, std::uint8_t v);
-void put_u16(Writer &w, std::uint16_t v);
 void put_u32(Writer &w, std::uint32_t v);
-void put_u64(Writer &w, std::uint64_t v);
 void put_text(Writer &w, std::string_view v);
 void put_value(Writer &w, const Value &v);
 void put_tag_value(Writer &w, const TagValue &v);
 void put_keypath(Writer &w, const KeyPath &v);
 
+std::uint64_t get_int(Reader &r, std::size_t bytes);
 std::uint8_t get_u8(Reader &r);
 std::uint16_t get_u16(Reader &r);
 std::uint32_t get_u32(Reader &r);
-std::uint64_t get_u64(Reader &r);
 std::string get_text(Reader &r);
 Value get_value(Reader &r);
 TagValue get_tag_value(Reader &r);
