@@ -2,7 +2,6 @@
 #ifndef GW_CLI_CLI_H
 #define GW_CLI_CLI_H
 
-#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -67,6 +66,17 @@ bool request(Cli *cli, proto::Op op, const std::string &payload, std::string_vie
     if (proto::decode(bytes, answer)) return true;
     *why = failed_problem("protocol", "the agent's answer cannot be read", std::string(what));
     return false;
+}
+
+// Asks for something that takes no words and prints it. Gives the exit status.
+template <typename Answer>
+int print_answer(Cli *cli, proto::Op op, std::string_view what, std::string (*Printer::*render)(const Answer &))
+{
+    Answer answer;
+    Problem why;
+    if (!request(cli, op, {}, what, &answer, &why)) return fail(*cli, why);
+    put(*cli, (printer_of(*cli).*render)(answer));
+    return exit_ok;
 }
 
 } // namespace cli

@@ -135,11 +135,7 @@ int delete_path(Cli *cli, const Call &call)
 
 int show_diff(Cli *cli, const Call &)
 {
-    proto::Diff diff;
-    Problem why;
-    if (!request(cli, proto::Op::diff, {}, "diff", &diff, &why)) return fail(*cli, why);
-    put(*cli, printer_of(*cli).diff(diff));
-    return exit_ok;
+    return print_answer(cli, proto::Op::diff, "diff", &Printer::diff);
 }
 
 int validate(Cli *cli, const Call &call)

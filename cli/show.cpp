@@ -86,20 +86,12 @@ bool read_view(Cli *cli, const Call &call, std::string *text, Problem *why)
 
 int show_status(Cli *cli, const Call &)
 {
-    proto::Pairs pairs;
-    Problem why;
-    if (!request(cli, proto::Op::status, {}, "show status", &pairs, &why)) return fail(*cli, why);
-    put(*cli, printer_of(*cli).pairs(pairs));
-    return exit_ok;
+    return print_answer(cli, proto::Op::status, "show status", &Printer::pairs);
 }
 
 int list_rollbacks(Cli *cli, const Call &)
 {
-    proto::Rollbacks list;
-    Problem why;
-    if (!request(cli, proto::Op::rollbacks, {}, "rollback list", &list, &why)) return fail(*cli, why);
-    put(*cli, printer_of(*cli).rollbacks(list));
-    return exit_ok;
+    return print_answer(cli, proto::Op::rollbacks, "rollback list", &Printer::rollbacks);
 }
 
 } // namespace cli
