@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <memory>
 
 #include "agent/handlers.h"
 #include "agent/model/complete.h"

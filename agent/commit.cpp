@@ -1,7 +1,6 @@
 #include "agent/commit.h"
 
 #include <algorithm>
-#include <cassert>
 
 #include "agent/agent.h"
 #include "agent/model/edit.h"

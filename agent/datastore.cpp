@@ -1,7 +1,6 @@
 #include "agent/datastore.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

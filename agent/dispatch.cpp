@@ -1,7 +1,6 @@
 #include "agent/dispatch.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <iterator>
 
 #include "agent/handlers.h"

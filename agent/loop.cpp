@@ -75,11 +75,6 @@ bool run_loop(const Loop &loop)
     return event_base_dispatch(loop->base) == 0;
 }
 
-void stop_loop(const Loop &loop)
-{
-    event_base_loopbreak(loop->base);
-}
-
 Timer start_timer(const Loop &loop, std::chrono::milliseconds after, std::function<void()> fire)
 {
     Timer timer(new TimerState);

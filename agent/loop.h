@@ -26,9 +26,8 @@ using Timer = std::unique_ptr<TimerState, TimerDelete>;
 // SIGTERM and SIGINT end the loop, SIGPIPE is ignored. Null when the kernel refuses.
 Loop open_loop();
 event_base *base_of(const Loop &loop);
-// Until a signal or stop_loop(). False when the loop itself failed.
+// Until a signal. False when the loop itself failed.
 bool run_loop(const Loop &loop);
-void stop_loop(const Loop &loop);
 
 // Fires once, from the loop, never from within the call.
 Timer start_timer(const Loop &loop, std::chrono::milliseconds after, std::function<void()> fire);

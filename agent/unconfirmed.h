@@ -2,7 +2,6 @@
 #ifndef GW_AGENT_UNCONFIRMED_H
 #define GW_AGENT_UNCONFIRMED_H
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 

@@ -1,7 +1,5 @@
 #include "cli/help.h"
 
-#include <algorithm>
-
 #include "cli/handlers.h"
 #include "cli/table.h"
 

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <poll.h>
 #include <unistd.h>
 
 #include "cli/handlers.h"

@@ -2,7 +2,6 @@
 // sets them.
 #pragma once
 
-#include <cstdint>
 #include <linux/mii.h>
 
 // Answers a clause 45 access of SIOCGMIIREG or SIOCSMIIREG. A write is added to the write log. At an address where no

@@ -314,14 +314,6 @@ const lysc_node *callpoint_node(const Models &models, const lysc_node *node, con
     return nullptr;
 }
 
-std::vector<const lysc_node *> callpoint_nodes(const Models &models)
-{
-    std::vector<const lysc_node *> list;
-    for (const auto &[node, name] : models.callpoints)
-        list.push_back(node);
-    return list;
-}
-
 const std::vector<std::string> &validation_points(const Models &models, const lysc_node *leaf)
 {
     static const std::vector<std::string> none;

@@ -47,7 +47,6 @@ bool has_point(const Models &models, PointKind kind, const std::string &name);
 
 // The callpoint that serves the node: its own or the nearest above it. Null if none.
 const lysc_node *callpoint_node(const Models &models, const lysc_node *node, const char **name);
-std::vector<const lysc_node *> callpoint_nodes(const Models &models);
 // Of a leaf or leaf-list, in the order of the statements.
 const std::vector<std::string> &validation_points(const Models &models, const lysc_node *leaf);
 const char *action_point(const Models &models, const std::string &rpc_name); // null: no such operation or no point

@@ -1,7 +1,5 @@
 #include "agent/model/render.h"
 
-#include <string_view>
-
 #include <libyang/libyang.h>
 
 #include "agent/model/pairing.h"

@@ -2,7 +2,6 @@
 #ifndef GW_AGENT_MODEL_TYPES_H
 #define GW_AGENT_MODEL_TYPES_H
 
-#include <string>
 #include <vector>
 
 #include "protocol/value.h"

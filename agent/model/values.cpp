@@ -1,6 +1,5 @@
 #include "agent/model/values.h"
 
-#include <cctype>
 #include <string_view>
 
 #include <libyang/libyang.h>
