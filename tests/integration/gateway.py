@@ -135,7 +135,9 @@ class Gateway(Console):
         for log in (SYSLOG, SCRIPT_LOG):
             log.unlink(missing_ok=True)
         SYSLOG.touch()
-        self.script()
+        SCRIPT.parent.mkdir(parents=True, exist_ok=True)
+        SCRIPT.write_text('#!/bin/sh\necho "$*" >>/tmp/ip_session.log\n')  # in place of the appliance's
+        SCRIPT.chmod(0o755)
         self.start('logsink', '/dev/log', str(SYSLOG))
         wait_for('the log socket', lambda: os.path.exists('/dev/log'))
 
@@ -144,12 +146,6 @@ class Gateway(Console):
                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.children.append(child)
         return child
-
-    def script(self, text='echo "$*" >>/tmp/ip_session.log'):
-        """Replaces the appliance's address script; by default it only records its arguments."""
-        SCRIPT.parent.mkdir(parents=True, exist_ok=True)
-        SCRIPT.write_text(f'#!/bin/sh\n{text}\n')
-        SCRIPT.chmod(0o755)
 
     def start_agent(self, kill_at=None, expect_up=True):
         self.agent = self.start('gw-agent', '--models', '/opt/gw/yang', '--state', str(STATE),

@@ -28,9 +28,6 @@ class ListsTest(unittest.TestCase):
         self.assertEqual([got[name] for name in ('ip', 'router', 'dns', 'lease')],
                          ['10.7.7.28', '10.7.7.17', '10.7.7.18', '1800'])
         self.pool('10.0.23.0/24', 1, 0)
-        self.assertEqual(pathlib.Path('/etc/dnsmasq/conf/dynamic.conf').read_text(),
-                         'dhcp-range=10.0.23.3,10.0.23.254,255.255.255.0,1440m\n'
-                         'dhcp-option=option:dns-server,10.0.23.2\ndhcp-option=option:router,10.0.23.1\n')
         shown = subprocess.run('ip -4 -br address; ip route show default', shell=True, capture_output=True, text=True)
         self.assertRegex(shown.stdout, r'(?s)srcr2\S* +UP +10.0.23.2/24 \ndhcpd\S* +UP +10.0.23.2/24 \n.*'
                                        r'\ndefault via 10.0.23.1 dev srcr2 \n$')
@@ -55,10 +52,6 @@ class ListsTest(unittest.TestCase):
         self.assertIn(self.client('0b', address)['ip'], ('10.0.23.10', '10.0.23.11'))
         lab.commit(f'delete {bound}')
         self.assertNotEqual(self.client('0a', address)['ip'], address)
-        for line, why in {f'{EXCLUDED} 10.0.23.3 high-address 10.0.23.5': 'Invalid range',
-                          f'{EXCLUDED} 10.0.23.200 high-address 10.0.23.255': 'needs to fall in dhcp range',
-                          f'{bound} fixed-address 10.0.23.2': 'MAC binding address needs to fall in dhcp range'}.items():
-            self.assertIn(why, lab.commit('set ' + line, check=False).stderr)
         lab.commit(f'delete {EXCLUDED} 10.0.23.3')
         self.assertEqual(self.client('0c', address)['ip'], address)
         self.assertEqual(COMMANDS.read_text().count('flush'), flushes, 'the LAN addresses are left alone')

@@ -35,26 +35,7 @@ class MonitorTest(unittest.TestCase):
             self.lab.labctl('cable', cable)
             wait_for(f'the LED to be {lit}', lambda: self.lab.led() == lit)
 
-    def test_b_traps(self):
-        traps = self.traps()
-        self.lab.labctl('wan', '198.51.100.9', '255.255.255.0')
-        time.sleep(CYCLES)
-        self.lab.commit('set snmp disable false', 'set snmp trap target 192.0.2.1 162')
-        time.sleep(CYCLES)
-        self.assertEqual(traps(), [], 'nothing had changed since traps are on')
-        self.lab.labctl('modem', 'down')
-        self.lab.labctl('wan', '198.51.100.10', '255.255.255.252')
-        time.sleep(CYCLES)
-        self.assertEqual(traps(), [], 'no modem to name')
-        self.lab.labctl('modem', 'up')
-        change = ('kvrInterfaceIpAddrChange', ['Cellular 1/0', '198.51.100.9', '198.51.100.10', '255.255.255.0', '255.255.255.252'])
-        wait_for('the change', lambda: traps() == [change], 5)
-        self.lab.commit('delete snmp trap target 192.0.2.1 162')
-        self.lab.labctl('wan', '198.51.100.2', '255.255.255.252')
-        time.sleep(CYCLES)
-        self.assertEqual(traps(), [change])
-
-    def test_c_reboot_reason(self):
+    def test_b_reboot_reason(self):
         traps = self.traps()
         self.lab.labctl('reboot-reason', 'power loss')
         reason = ('kvrRebootReason', ['power loss\\x0a'])

@@ -1,4 +1,4 @@
-"""Passthrough on, off and on again with every command in order; what is refused and what is ignored meanwhile."""
+"""Passthrough on, off and on again with every command in order; what is refused meanwhile."""
 import pathlib
 import re
 import unittest
@@ -7,7 +7,6 @@ from gateway import LAN, Lab, wait_for
 
 LOGS = {'logged': '/tmp/system_cmds_with_timestamp', 'script': '/tmp/ip_session.log', 'click': '/tmp/click.log'}
 SIGNALS = pathlib.Path('/run/lab/platformd.signals')
-ROUTES = pathlib.Path('/click/routing/route_table/table')
 MONITORS = re.compile('lan_mode|capacity|probe_interval')  # written by the interface monitor, at any time
 STOP, STOPPED = 'echo 1 > /click/ip_passthru_disable/run', '/click/ip_passthru_disable/run <- 1'
 
@@ -31,11 +30,11 @@ class PassthroughTest(unittest.TestCase):
         wait_for('the platform signal', lambda: int(SIGNALS.read_text() or 0) == signals + 1)
         return told
 
-    def cellular(self, last, said):
+    def readdressed(self):
         """The network gives the modem another address."""
         mark = self.lab.mark()
-        self.lab.labctl('cellular', f'203.0.113.{last}', '255.255.255.248', '203.0.113.1', '192.0.2.53', '0.0.0.0')
-        wait_for('the callback', lambda: f'Callback from CWAN passthrough: {said}' in self.lab.log(mark))
+        self.lab.labctl('cellular', '203.0.113.3', '255.255.255.248', '203.0.113.1', '192.0.2.53', '0.0.0.0')
+        wait_for('the callback', lambda: 'Callback from CWAN passthrough: 0' in self.lab.log(mark))
         self.lab.cli('show', 'interface', 'brief')  # answered by the daemon, hence after the callback has ended
 
     def test_passthrough(self):
@@ -51,14 +50,11 @@ class PassthroughTest(unittest.TestCase):
             refused = self.lab.commit(line, check=False)
             self.assertEqual((refused.returncode, refused.stderr.count('Operation not allowed in passthrough disabled mode')),
                              (1, 1), line)
-        self.assertEqual(self.told(lambda: self.cellular(2, 1)), {}, 'ignored while on')
         self.assertEqual(self.switch('false'), off)
-        told = self.told(lambda: self.cellular(3, 0))
+        told = self.told(self.readdressed)
         self.assertEqual((told['logged'][0], told['logged'][-2:], len(told['logged'])),
                          ("echo '10.0.23.1 24' > /click/intg_router_lan_conf/run",
                           ['echo 1 > /var/log/dns/dnsmasq_start', STOP], 11))
         self.assertEqual((told['click'][-1], len(told['click'])), (STOPPED, 4))
-        ROUTES.write_text('\n'.join(ROUTES.read_text().splitlines()[:3]) + '\n')
-        self.assertEqual(self.told(lambda: self.cellular(4, 0)), {}, 'three routes')
-        on['script'][0] = '1 203.0.113.4 255.255.255.248 203.0.113.1 10.1.1.1 255.255.0.0 192.0.2.53 0.0.0.0 0'
+        on['script'][0] = '1 203.0.113.3 255.255.255.248 203.0.113.1 10.1.1.1 255.255.0.0 192.0.2.53 0.0.0.0 0'
         self.assertEqual(self.switch('true'), on)

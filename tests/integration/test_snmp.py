@@ -23,9 +23,7 @@ NUMBERS = {'up': '1', 'down': '2', 'other': '1', 'gigabitEthernet': '117'}
 SENT, WITHOUT_TARGET, UNKNOWN, UNKNOWN_BINDINGS = 1, 3, 4, 5
 TRAPS = '/tmp/traps'
 BASE_MODULES = {  # the names that the trap module builds on; the IETF's own are not at hand
-    'SNMPv2-SMI': 'org OBJECT IDENTIFIER ::= { iso 3 }  dod OBJECT IDENTIFIER ::= { org 6 }\n'
-                  'internet OBJECT IDENTIFIER ::= { dod 1 }  private OBJECT IDENTIFIER ::= { internet 4 }\n'
-                  'enterprises OBJECT IDENTIFIER ::= { private 1 }',
+    'SNMPv2-SMI': 'enterprises OBJECT IDENTIFIER ::= { iso 3 6 1 4 1 }',
     'SNMPv2-TC': 'DisplayString ::= OCTET STRING',
     'SNMPv2-CONF': '',
 }
