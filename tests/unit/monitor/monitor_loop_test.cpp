@@ -145,6 +145,12 @@ TEST_F(Monitor, CountsThreeSecondsACycleAndGrowsByNothing)
     EXPECT_LT(mallinfo2().uordblks, memory + 10000);
 }
 
+void put(const char *path, const std::string &text)
+{
+    write_file(path, text);
+    if (text == "none") std::filesystem::remove(path);
+}
+
 TEST_F(Monitor, TellsEachChangeOnce)
 {
     // clang-format off
@@ -172,7 +178,10 @@ TEST_F(Monitor, TellsEachChangeOnce)
         {.what = "SNMP off again",            .devices = {"cell_1_1"}, .ip = "2"},
         {.what = "an address",                .devices = {"cell_1_1"}, .ip = "2", .snmp = 1},
         {.what = "a mask, two modems",        .devices = {"cell_1_0", "cell_1_1"}, .ip = "2", .mask = "n", .snmp = 1},
-        {.what = "unreadable: as read last",  .devices = {"cell_1_0"}, .ip = "", .snmp = 1},
+        {.what = "nothing in the file",     .devices = {"cell_1_0"}, .ip = "", .snmp = 1}, // still what was read last
+        {.what = "no address file",         .devices = {"cell_1_0"}, .ip = "none", .snmp = 1},
+        {.what = "no mask file",            .devices = {"cell_1_0"}, .ip = "5", .mask = "none", .snmp = 1},
+        {.what = "too long, no first line", .devices = {"cell_1_0"}, .ip = "1234567890123456 x\n", .mask = "\n2\n", .snmp = 1},
     };
     // clang-format on
     for (const auto &c : cycles) {
@@ -183,10 +192,9 @@ TEST_F(Monitor, TellsEachChangeOnce)
         snmp_trap_enable = static_cast<std::uint8_t>(c.targets);
         outcomes.instances["/led/status"] = c.led;
         outcomes.cdb_cd = outcomes.cdb_set_elem = c.led < 0 ? -1 : 0;
-        write_file("/var/log/watchdog_last.status", c.line);
-        if (c.line == "none") std::filesystem::remove("/var/log/watchdog_last.status");
-        write_file("/click/routing/wan0_arpq/ipaddr", c.ip);
-        write_file("/click/routing/wan0_arpq/mask", c.mask);
+        put("/var/log/watchdog_last.status", c.line);
+        put("/click/routing/wan0_arpq/ipaddr", c.ip);
+        put("/click/routing/wan0_arpq/mask", c.mask);
         record("== %s", c.what);
         cycle();
         record("again");
