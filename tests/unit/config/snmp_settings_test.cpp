@@ -29,18 +29,12 @@ TEST(SnmpSettings, FollowTheFirstSwitchLeaf)
 
 TEST(SnmpSettings, CountTrapTargets)
 {
-    struct {
-        int start, op, keys, result, count;
-    } const cases[] = {
-        {0,   MOP_CREATED,   2, 0, 1},
-        {255, MOP_CREATED,   2, 0, 0},
-        {2,   MOP_DELETED,   2, 0, 1},
-        {0,   MOP_DELETED,   2, 0, 0},
-        {2,   MOP_MODIFIED,  2, 0, 2},
-        {2,   MOP_VALUE_SET, 2, 0, 2},
-        {2,   MOP_CREATED,   1, 1, 2},
-        {2,   MOP_DELETED,   0, 1, 2},
+    // clang-format off
+    const struct { int start, op, keys, result, count; } cases[] = {
+        {0, MOP_CREATED,  2, 0, 1}, {255, MOP_CREATED,   2, 0, 0}, {2, MOP_DELETED, 2, 0, 1}, {0, MOP_DELETED, 2, 0, 0},
+        {2, MOP_MODIFIED, 2, 0, 2}, {2,   MOP_VALUE_SET, 2, 0, 2}, {2, MOP_CREATED, 1, 1, 2}, {2, MOP_DELETED, 0, 1, 2},
     };
+    // clang-format on
     for (const auto &c : cases) {
         snmp_trap_enable = static_cast<std::uint8_t>(c.start);
         EXPECT_EQ(tarvo_snmp_trap_target_cb(nullptr, c.op, c.keys, nullptr, 0, nullptr), c.result);

@@ -18,14 +18,11 @@ TEST(Registration, HandsOverItsTablesAndTheLoop)
     fakes::outcomes.on_init = [&](const TollanModuleParams &params) {
         EXPECT_TRUE(params.user == &daemon && params.evbase == daemon.evbase && params.timer_mgr == daemon.timer_mgr);
         EXPECT_TRUE(params.register_data == tarvo_confd_register_data_cbs && params.byte96 == 1 && params.word104 == 2);
-        std::string deliveries; // priority, flags and database of each row
-        for (const tollan_subscription *row = params.subscriptions; row->path[0] != '\0'; row++) {
-            char text[16];
-            snprintf(text, sizeof text, "%x %02x %02x; ", row->priority, row->flags, row->oper);
-            deliveries += text;
-        }
-        EXPECT_EQ(deliveries, "1 16 00; 1 10 00; 0 16 00; 1 16 00; 1 16 00; 1 16 00; 0 16 00; 0 16 10; 3 16 00; "
-                              "2 06 00; 0 06 00; ");
+        std::vector<int> deliveries; // priority, flags and database of each row
+        for (const tollan_subscription *row = params.subscriptions; row->path[0] != '\0'; row++)
+            deliveries.push_back(row->priority << 16 | row->flags << 8 | row->oper);
+        EXPECT_EQ(deliveries, (std::vector{0x11600, 0x11000, 0x01600, 0x11600, 0x11600, 0x11600, 0x01600, 0x01610,
+                                           0x31600, 0x20600, 0x00600}));
     };
     EXPECT_EQ(register_with_agent(&daemon), 0);
     EXPECT_NE(daemon.tollan_ctx, nullptr);
