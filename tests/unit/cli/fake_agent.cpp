@@ -17,7 +17,6 @@ const std::vector<proto::Change> changes = {
     {'~', "/a/m",    "1", "2"},
     {'-', "/a/n",    "x", "" },
 };
-const proto::Event commit_event = {proto::watch_commits, 1795380077042, "commit", {{"/a/c", ""}}};
 const proto::Event trap_event = {proto::watch_traps, 1795380078000, "linkDown", {{"ifIndex", "1\n"}}};
 const proto::CommitReply done = {proto::Outcome::done, 5, {}};
 
@@ -99,9 +98,7 @@ std::optional<std::string> Gateway::operator()(const peer::Message &frame)
         return nothing;
     }
     if (frame.op == Op::watch) {
-        log += "watch " + std::to_string(decoded<proto::Watch>(frame).mask) + "\n";
-        return nothing + proto::make_frame(Op::event, 0, encode(commit_event)) +
-               proto::make_frame(Op::event, 0, encode(trap_event));
+        return nothing + proto::make_frame(Op::event, 0, encode(trap_event));
     }
     log += "operation " + std::to_string(static_cast<int>(frame.op)) + "\n";
     const bool decides = frame.op == Op::validate || frame.op == Op::confirm || frame.op == Op::abort_confirmed;

@@ -146,15 +146,6 @@ TEST_F(Gwcli, LoadsAndCommitsAFileOrLeavesNothingBehind)
     expect({"load", name}, {1, "", "gwcli: " + name + ": No such file or directory\n"});
 }
 
-TEST_F(Gwcli, PrintsEventsAsTheyCome)
-{
-    expect({"watch", "--count", "2", "com", "traps"}, {0,
-                                                       "2026-11-22 20:41:17.042 commit\n  /a/c\n"
-                                                       "2026-11-22 20:41:18.000 trap linkDown\n  ifIndex = 1\\x0a\n",
-                                                       ""});
-    EXPECT_EQ(gateway.log, "watch 6\nwatch 0\n");
-}
-
 TEST_F(Gwcli, EndsWithTwoAndSaysWhatWouldBeAccepted)
 {
     const std::pair<const char *, const char *> rows[] = {
@@ -256,11 +247,6 @@ TEST(Completion, QuotesWhatItInserts)
                   cli::split_typed("set d L"), {{"Laß", ""}, {"Laä", ""}}
     }),
               "La");
-    const std::vector<proto::Candidate> listed = {
-        {"",    "an address"},
-        {"a b", "x"         }
-    };
-    EXPECT_EQ(cli::candidate_list({{}, listed}), "  <value>  an address\n  \"a b\"    x\n");
 }
 
 } // namespace
