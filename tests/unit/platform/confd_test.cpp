@@ -152,24 +152,6 @@ TEST(Trouble, SignalsAndSingleBytesInterruptNothing)
     agent.join();
 }
 
-TEST(Values, WhatCannotTravelIsRefused)
-{
-    confd_value_t inner = {};
-    inner.type = C_LIST;
-    confd_value_t bad[5] = {};
-    const confd_vtype types[] = {C_STR, C_BUF, C_IPV4PREFIX, C_LIST, static_cast<confd_vtype>(1)};
-    for (int i = 0; i < 5; i++)
-        bad[i].type = types[i];
-    bad[1].val.buf.size = 1;
-    bad[2].val.ipv4prefix.len = 33;
-    bad[3].val.list = {&inner, 1};
-    proto::Value value;
-    for (const confd_value_t &one : bad)
-        EXPECT_FALSE(confd::from_c(one, &value)) << &one - bad;
-    std::vector<proto::Value> out;
-    EXPECT_FALSE(confd::from_c(bad, -1, &out) || confd::from_c(static_cast<confd_value_t *>(nullptr), 1, &out));
-}
-
 proto::PathElement element(std::uint32_t tag, std::vector<proto::Value> keys = {})
 {
     return {!keys.empty(), tag, 0, std::move(keys)};
