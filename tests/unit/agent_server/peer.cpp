@@ -58,9 +58,12 @@ void answer(Application &app, const Message &message)
         app.asked.push_back(decoded<proto::CallValidate>(message).point);
         status = app.verdicts[app.asked.back()];
     }
-    const bool data = message.op == proto::Op::call_data && app.provider;
-    const std::string payload =
-        data ? proto::encode(app.provider(decoded<proto::CallData>(message))) : proto::encode(status);
+    std::string payload = proto::encode(status);
+    if (message.op == proto::Op::call_data) {
+        const auto call = decoded<proto::CallData>(message);
+        app.calls.push_back(call.call);
+        payload = proto::encode(app.provider(call));
+    }
     send_bytes(app.peer, proto::make_frame(proto::Op::reply, message.id, payload));
 }
 
@@ -206,12 +209,9 @@ proto::Register tarvod_record(std::uint64_t instance)
         record.validation_points.push_back(std::string("validate_") + point);
     record.action_points = {"clear_counter_action_point"};
     record.callpoints = {
-        {"if-mib-interface-stats",          0b111000},
-        {"if-mib-interfaces",               0b10    },
-        {"rtm-if",                          0b110   },
-        {"dhcp_binding",                    0b1100  },
-        {"interface_brief_gigabitethernet", 0b1100  },
-        {"oper_status",                     0b10    }
+        {"if-mib-interface-stats", 0b111000},
+        {"rtm-if",                 0b110   },
+        {"dhcp_binding",           0b1100  },
     };
     return record;
 }

@@ -45,6 +45,7 @@ struct Application {
     std::map<std::string, proto::Status> verdicts; // per point, else accepted
     std::vector<std::string> asked;                // points
     std::function<proto::DataReply(const proto::CallData &)> provider;
+    std::vector<proto::DataCall> calls;                     // of the provider
     std::function<bool(const proto::Deliver &)> on_deliver; // false: the process ends within the handler
 };
 
