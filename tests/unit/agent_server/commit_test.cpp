@@ -211,6 +211,21 @@ TEST_F(DeliveryTest, ANewProcessDeletesWhatAnInterruptedOneMayHaveMade)
     EXPECT_TRUE(in_step());
 }
 
+TEST_F(DeliveryTest, ARefusedDeliveryHoldsNobodyUp)
+{
+    Peer other(proto::Role::application);
+    other.app = &app;
+    const proto::Subscription snmp{"gw-snmp:snmp", 0x51c03854, 0, proto::wants_values, 0};
+    ask(other, Op::register_app, proto::Register{"second", 9, 0, 0, {snmp}, {}, {}, {}});
+    edit(client, "snmp disable false");
+    const std::uint32_t id = send(client, Op::commit, proto::Commit{});
+    const Message call = await(other, [](const Message &m) { return m.op == Op::deliver; });
+    send_bytes(other, proto::make_frame(Op::error, call.id, proto::encode(proto::Error{})));
+    const Message reply = await(client, [id](const Message &m) { return m.id == id; });
+    EXPECT_EQ(decoded<proto::CommitReply>(reply).remarks.size(), 2U) << "it failed, and is away";
+    EXPECT_TRUE(is_closed(other));
+}
+
 TEST_F(DeliveryTest, RegistrationsThatCannotHoldAreRefused)
 {
     constexpr std::uint32_t system_ns = 0x6b64eac0;
