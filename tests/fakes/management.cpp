@@ -3,7 +3,6 @@
 #include <cstdio>
 
 #include "fakes/platform.h"
-#include "fakes/record.h"
 #include "platform/confd/convert.h"
 
 using fakes::outcomes;
@@ -63,12 +62,12 @@ std::string fakes::shown(const confd_value_t &value)
     return (kinds.contains(value.type) ? kinds.at(value.type) : "") + proto::to_text(read);
 }
 
-confd_trans_ctx *fakes::transaction(bool ready)
+confd_trans_ctx *fakes::transaction()
 {
     static tollan_ctx module{};
     static confd_daemon_ctx daemon{&module};
     static confd_trans_ctx context{&daemon};
-    module.ready = ready ? 1 : 0;
+    module.ready = outcomes.ready;
     return &context;
 }
 
@@ -80,7 +79,16 @@ confd_value_t fakes::tag(std::uint32_t hash)
     return value;
 }
 
-confd_hkeypath_t fakes::keypath(const std::vector<std::vector<confd_value_t>> &elements)
+confd_tag_value_t fakes::pair(std::uint32_t tag, confd_vtype type, std::uint64_t number)
+{
+    confd_tag_value_t pair{};
+    pair.tag.tag = tag;
+    pair.v.type = type;
+    pair.v.val.u64 = number;
+    return pair;
+}
+
+confd_hkeypath_t fakes::keypath(const Path &elements)
 {
     confd_hkeypath_t path{};
     for (const auto &element : elements) {
@@ -166,6 +174,20 @@ int cdb_set_namespace(int /*sock*/, uint32_t hashed_ns)
 {
     record("cdb_set_namespace " + hex(hashed_ns));
     return CONFD_OK;
+}
+
+void confd_trans_seterr(confd_trans_ctx * /*tctx*/, const char *fmt, ...)
+{
+    FORMAT(text);
+    record("refused: " + text);
+}
+
+int tollan_read_val(tollan_ctx * /*ctx*/, const char *path, confd_value_t *value)
+{
+    record(std::string("read: ") + path);
+    const confd_value_t *stored = found(outcomes.stored, path);
+    if (stored != nullptr) *value = *stored;
+    return stored == nullptr ? -1 : 0;
 }
 
 #define COUNT(call)                                                                                                    \

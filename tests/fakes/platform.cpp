@@ -6,8 +6,6 @@
 #include <cstring>
 #include <unistd.h>
 
-#include "fakes/record.h"
-
 using fakes::outcomes;
 using fakes::record;
 using std::to_string;
@@ -47,17 +45,6 @@ const char *confd_strerror(int /*code*/)
 const char *confd_lasterr(void)
 {
     return "lasterr";
-}
-
-void confd_trans_seterr(confd_trans_ctx * /*tctx*/, const char *fmt, ...)
-{
-    char text[512];
-    va_list arguments;
-    va_start(arguments, fmt);
-    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it is; the checker loses sight of it after the array.
-    vsnprintf(text, sizeof text, fmt, arguments);
-    va_end(arguments);
-    record(std::string("refused: ") + text);
 }
 
 int confd_register_data_cb(confd_daemon_ctx * /*dx*/, const confd_data_cbs *cbs)
@@ -118,15 +105,6 @@ int tollan_module_init(const TollanModuleParams *params, void *unused, tollan_ct
 void tollan_module_deinit(tollan_ctx * /*ctx*/)
 {
     record("tollan_module_deinit");
-}
-
-int tollan_read_val(tollan_ctx * /*ctx*/, const char *path, confd_value_t *value)
-{
-    record(std::string("read: ") + path);
-    const auto found = outcomes.stored.find(path);
-    if (found == outcomes.stored.end()) return -1;
-    *value = found->second;
-    return 0;
 }
 
 void tollan_release_val(confd_value_t * /*value*/)

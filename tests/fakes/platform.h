@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "confd.h"
+#include "fakes/record.h"
 #include "maker.h"
 #include "tollan.h"
 
@@ -20,6 +21,7 @@ struct Outcomes {
     int start_session = 0;
     int link_check = 0;
     int timer_manager = 1;                                     // 0: none
+    int ready = 1;                                             // the module of a data provider's transaction
     std::string refused_callpoint{};                           // whose registration fails
     bool run_commands = false;                                 // also runs what system() is given
     std::function<void(const TollanModuleParams &)> on_init{}; // runs inside tollan_module_init
@@ -43,10 +45,26 @@ confd_value_t ipv4_value(const char *text);
 // base64 AAAA); and tag 0x0000000a.
 std::string shown(const confd_value_t &value);
 
-// A transaction of a module that is ready or not, and a keypath whose elements are given from the innermost.
-confd_trans_ctx *transaction(bool ready = true);
-confd_hkeypath_t keypath(const std::vector<std::vector<confd_value_t>> &elements);
+using Path = std::vector<std::vector<confd_value_t>>; // its elements from the innermost
+confd_hkeypath_t keypath(const Path &elements);
 confd_value_t tag(std::uint32_t hash); // C_XMLTAG
+confd_tag_value_t pair(std::uint32_t tag, confd_vtype type, std::uint64_t number = 0);
+
+confd_trans_ctx *transaction();
+
+// Records a data provider's request, by its path, and its result if it fails.
+template <typename... More>
+void ask(int (*provider)(confd_trans_ctx *, confd_hkeypath_t *, More...), const Path &path,
+         std::type_identity_t<More>... more)
+{
+    std::string text = ">";
+    for (const auto &element : path)
+        text += " " + shown(element.back());
+    record(text);
+    confd_hkeypath_t kp = keypath(path);
+    const int result = provider(transaction(), &kp, more...);
+    if (result != CONFD_OK) record("result " + std::to_string(result));
+}
 
 } // namespace fakes
 

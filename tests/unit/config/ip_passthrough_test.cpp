@@ -9,11 +9,9 @@ namespace {
 
 using fakes::outcomes;
 
-void change(const char *when, int enabled, std::uint32_t tag = 0x63481783, confd_vtype type = C_BOOL)
+void change(const char *when, unsigned enabled, std::uint32_t tag = 0x63481783, confd_vtype type = C_BOOL)
 {
-    confd_tag_value_t leaf{};
-    leaf.tag.tag = tag;
-    leaf.v = {type, {.boolean = enabled}};
+    confd_tag_value_t leaf = fakes::pair(tag, type, enabled);
     fakes::record(std::string("== ") + when);
     EXPECT_EQ(tarvo_config_ip_passthrough(nullptr, 3, 2, nullptr, 1, &leaf), 0);
     fakes::record("enabled " + std::to_string(passthrough_enabled));

@@ -2,22 +2,15 @@
 
 #include "config/snmp_settings.h"
 #include "core/base/globals.h"
+#include "fakes/platform.h"
 
 namespace {
-
-confd_tag_value_t switch_leaf(std::uint32_t tag, int disabled)
-{
-    confd_tag_value_t pair{};
-    pair.tag.tag = tag;
-    pair.v.type = C_BOOL;
-    pair.v.val.boolean = disabled;
-    return pair;
-}
 
 TEST(SnmpSettings, FollowTheFirstSwitchLeaf)
 {
     constexpr std::uint32_t disable = 0x1b761457;
-    confd_tag_value_t pairs[] = {switch_leaf(1, 1), switch_leaf(disable, 0), switch_leaf(disable, 1)};
+    confd_tag_value_t pairs[] = {fakes::pair(1, C_BOOL, 1), fakes::pair(disable, C_BOOL),
+                                 fakes::pair(disable, C_BOOL, 1)};
     snmp_enable = 0;
     EXPECT_EQ(tarvo_snmp_settings_cb(nullptr, MOP_MODIFIED, 0, nullptr, 3, pairs), 0);
     EXPECT_EQ(snmp_enable, 1);

@@ -17,19 +17,10 @@ using fakes::record;
 
 enum : std::uint32_t { ip_tag = 0x61fa2cdb, mask_tag = 0x4591c4f1, v4_tag = 0x1089ff91, media_tag = 0x5c4c4bb4 };
 
-confd_tag_value_t typed(std::uint32_t tag, confd_vtype type, std::int32_t number = 0)
-{
-    confd_tag_value_t pair{};
-    pair.tag.tag = tag;
-    pair.v.type = type;
-    pair.v.val.enumvalue = number;
-    return pair;
-}
-
 confd_tag_value_t address(std::uint32_t tag, const char *text)
 {
     const bool v6 = strchr(text, ':') != nullptr;
-    confd_tag_value_t pair = typed(tag, v6 ? C_IPV6 : C_IPV4);
+    confd_tag_value_t pair = fakes::pair(tag, v6 ? C_IPV6 : C_IPV4);
     inet_pton(v6 ? AF_INET6 : AF_INET, text, &pair.v.val);
     return pair;
 }
@@ -68,7 +59,8 @@ protected:
 
 TEST_F(Config, AppliesWhatAChangeSaysAboutTheLanAddress)
 {
-    const auto ip = address(ip_tag, "10.1.1.1"), begin = typed(v4_tag, C_XMLBEGIN), end = typed(v4_tag, C_XMLEND);
+    const auto ip = address(ip_tag, "10.1.1.1"), begin = fakes::pair(v4_tag, C_XMLBEGIN),
+               end = fakes::pair(v4_tag, C_XMLEND);
     outcomes.stored[entry + "mask"] = ipv4_value("255.255.255.0");
     outcomes.stored[entry + "ip"] = ipv4_value("10.9.9.9");
     gigabit({begin, address(ip_tag, "10.0.0.1"), address(mask_tag, "255.255.0.0")});
@@ -77,7 +69,7 @@ TEST_F(Config, AppliesWhatAChangeSaysAboutTheLanAddress)
     for (const char *mask : {"0.0.0.0", "255.255.255.254"})
         gigabit({ip, address(mask_tag, mask)});
     gigabit({address(ip_tag, "fe80::1"), address(mask_tag, "255.0.0.0")});
-    gigabit({typed(ip_tag, C_XMLBEGIN), typed(mask_tag, C_BUF), typed(1, C_IPV4)});
+    gigabit({fakes::pair(ip_tag, C_XMLBEGIN), fakes::pair(mask_tag, C_BUF), fakes::pair(1, C_IPV4)});
     gigabit({});
     outcomes.stored.clear();
     gigabit({ip}, MOP_CREATED);
@@ -101,7 +93,7 @@ TEST_F(Config, RemembersTheMediaType)
     };
     for (const auto &[type, number, before] : cases) {
         g_gig_media_type = before;
-        gigabit({typed(media_tag, type, number)});
+        gigabit({fakes::pair(media_tag, type, number)});
         record("media " + std::to_string(g_gig_media_type));
     }
     fakes::expect_recorded("config/media.txt");
@@ -126,7 +118,7 @@ TEST_F(Config, Validates)
 
 TEST_F(Config, EndsTheProcessOnAValueOfTheWrongType)
 {
-    confd_value_t number = typed(0, C_INT32).v;
+    confd_value_t number = fakes::pair(0, C_INT32).v;
     outcomes.stored[entry + "mask"] = number;
     expect_abort([&] { tarvo_config_interface(nullptr, MOP_DELETED, 1, &number, 0, nullptr); },
                  "^tarvo_config:[0-9]+: failed assertion `\\(key_p\\)->type == C_BUF'\n$");

@@ -38,19 +38,9 @@ enum : std::uint32_t { days = 0x2b27021e, hours = 0x60dd82a5, minutes = 0x48daf5
 const confd_value_t in_use = fakes::tag(0x114e0517), unused = fakes::tag(0x4de1a5d6), net = fakes::tag(0x7a82c47a);
 const std::string leases = "/tmp/dnsmasq.leases";
 
-confd_tag_value_t pair_of(std::uint32_t tag, confd_vtype type, unsigned number)
-{
-    confd_tag_value_t pair{
-        {tag,  0 },
-        {type, {}}
-    };
-    pair.v.val.u64 = number;
-    return pair;
-}
-
 confd_tag_value_t prefix(const char *address, int length, confd_vtype type = C_IPV4PREFIX)
 {
-    confd_tag_value_t pair = pair_of(net.val.xmltag.tag, type, 0);
+    confd_tag_value_t pair = fakes::pair(net.val.xmltag.tag, type);
     pair.v.val.ipv4prefix = {{inet_addr(address)}, static_cast<std::uint8_t>(length)};
     return pair;
 }
@@ -68,18 +58,19 @@ void validate(confd_tag_value_t pair, int count)
     record("result " + std::to_string(tarvo_validate_dhcp_subnet_prefix(nullptr, nullptr, &pair.v)));
 }
 
-void next(long position, bool ready = true)
+void next(long position)
 {
-    EXPECT_EQ(tarvo_show_dhcp_binding_get_next(fakes::transaction(ready), nullptr, position), CONFD_OK);
+    fakes::ask(tarvo_show_dhcp_binding_get_next, {}, position);
 }
 
-// Asks "object" or "elem".
-void ask(const std::string &what, const confd_value_t &key, bool ready = true)
+void lease(const confd_value_t &key)
 {
-    confd_hkeypath_t path = fakes::keypath({{key}});
-    const auto call = what == "object" ? tarvo_show_dhcp_binding_get_object : tarvo_show_dhcp_pool_stats_get_elem;
-    const int result = call(fakes::transaction(ready), &path);
-    if (result != CONFD_OK) record(what + " " + std::to_string(result));
+    fakes::ask(tarvo_show_dhcp_binding_get_object, {{key}});
+}
+
+void statistics(const confd_value_t &leaf)
+{
+    fakes::ask(tarvo_show_dhcp_pool_stats_get_elem, {{leaf}});
 }
 
 void expect_abort(const std::function<void()> &call, const std::string &expression)
@@ -96,11 +87,11 @@ TEST(DhcpPool, IsValidatedAndAppliedAsRecorded)
     fakes::write_file("/etc/dnsmasq/conf/dynamic.conf", std::string(500, 'x'));
     deliver("== no prefix yet", {});
     deliver("== a prefix, a lease of one day and a container's end",
-            {prefix("10.0.23.0", 24), pair_of(days, C_UINT16, 1), pair_of(7, C_XMLEND, 0)});
+            {prefix("10.0.23.0", 24), fakes::pair(days, C_UINT16, 1), fakes::pair(7, C_XMLEND)});
     _router_standalone_mode = 1;
     strcpy(ipsec_tunnel_corp_dns, "172.16.100.200,text");
     deliver("== standalone router, second DNS server: a prefix of another type, hours and minutes",
-            {prefix("192.168.4.16", 28, C_IPV4), pair_of(hours, C_UINT8, 23), pair_of(minutes, C_UINT8, 59)});
+            {prefix("192.168.4.16", 28, C_IPV4), fakes::pair(hours, C_UINT8, 23), fakes::pair(minutes, C_UINT8, 59)});
     deliver("== host bits", {prefix("10.0.23.37", 27)});
     std::filesystem::remove_all("/etc/dnsmasq/conf");
     deliver("== two addresses and nowhere to write", {prefix("192.168.4.16", 30)});
@@ -112,7 +103,7 @@ TEST(DhcpPool, IsValidatedAndAppliedAsRecorded)
     validate(prefix("10.0.0.0", 24, C_IPV4), 1);
     fakes::expect_recorded("dhcp/pool.txt");
     for (const std::uint32_t tag : {days, hours, minutes}) {
-        const auto wrong = {pair_of(tag, tag == days ? C_UINT8 : C_UINT16, 1)};
+        const auto wrong = {fakes::pair(tag, tag == days ? C_UINT8 : C_UINT16, 1)};
         expect_abort([&] { deliver("", wrong); },
                      std::string("&cur_val_p->v\\)->type == C_UINT") + (tag == days ? "16" : "8"));
     }
@@ -153,16 +144,17 @@ TEST(DhcpLeases, AreServedAsRecorded)
         outcomes.reply = i == 1 ? -7 : 0;
         confd_value_t key = ipv4_value("0.0.0.0");
         key.val.ip = g_leases[i].address;
-        ask("object", key);
+        lease(key);
     }
     next(-2);
-    ask("object", ipv4_value("10.0.23.99"));
-    expect_abort([] { ask("object", net); }, "&keypath_p->v\\[0\\]\\[0\\]\\)->type == C_IPV4");
+    lease(ipv4_value("10.0.23.99"));
+    expect_abort([] { lease(net); }, "&keypath_p->v\\[0\\]\\[0\\]\\)->type == C_IPV4");
     record("== not ready, then without a file");
-    for (const bool ready : {false, true}) {
-        next(-1, ready);
-        ask("object", ipv4_value("10.0.23.3"), ready);
-        ask("elem", in_use, ready);
+    for (const int ready : {0, 1}) {
+        outcomes.ready = ready;
+        next(-1);
+        lease(ipv4_value("10.0.23.3"));
+        statistics(in_use);
     }
     record("== statistics of five leases and ten excluded addresses");
     fakes::write_file(leases,
@@ -173,17 +165,17 @@ TEST(DhcpLeases, AreServedAsRecorded)
     outcomes.stored[range + "low-address"] = ipv4_value("10.0.23.10");
     outcomes.stored[range + "high-address"] = ipv4_value("10.0.23.19");
     for (const auto &leaf : {in_use, unused, net, fakes::tag(7)})
-        ask("elem", leaf);
+        statistics(leaf);
     record("== exclusions that cannot be read");
     outcomes.stored.erase(range + "high-address");
-    ask("elem", unused);
+    statistics(unused);
     pool.type = C_IPV4;
-    expect_abort([] { ask("elem", net); }, "&val\\)->type == C_IPV4PREFIX");
-    expect_abort([&] { ask("elem", pool); }, "&\\(keypath_p->v\\[0\\]\\[0\\]\\)\\)->type == C_XMLTAG");
+    expect_abort([] { statistics(net); }, "&val\\)->type == C_IPV4PREFIX");
+    expect_abort([&] { statistics(pool); }, "&\\(keypath_p->v\\[0\\]\\[0\\]\\)\\)->type == C_XMLTAG");
     record("== no pool");
     outcomes.stored.clear();
     for (const auto &leaf : {unused, net})
-        ask("elem", leaf);
+        statistics(leaf);
     fakes::expect_recorded("dhcp/providers.txt");
 }
 

@@ -64,13 +64,8 @@ TEST(StaticNat, ReplacesTheTableByOneCommandOrLeavesIt)
 
 TEST(PatTable, ServesTheDataPlanesListing)
 {
-    const auto walk = [](std::initializer_list<long> steps, bool ready = true) {
-        for (const long step : steps)
-            EXPECT_EQ(tarvo_show_pat_get_next(fakes::transaction(ready), nullptr, step), CONFD_OK);
-    };
-    const auto ask = [](std::uint32_t key, std::uint32_t leaf, int result = CONFD_OK, bool ready = true) {
-        confd_hkeypath_t path = fakes::keypath({{fakes::tag(leaf)}, {uint32_value(key)}});
-        EXPECT_EQ(tarvo_show_pat_get_elem(fakes::transaction(ready), &path), result);
+    const auto ask = [](std::uint32_t key, std::uint32_t leaf) {
+        fakes::ask(tarvo_show_pat_get_elem, {{fakes::tag(leaf)}, {uint32_value(key)}});
     };
     fakes::reset();
     outcomes.run_commands = true;
@@ -78,26 +73,29 @@ TEST(PatTable, ServesTheDataPlanesListing)
     for (int i = 0; i < 20; i++)
         text += std::to_string(i) + " tcp 10.0.0.1 80 7\n";
     fakes::write_file(listing, text);
-    walk({-1, 14, 15});
+    for (const long step : {-1, 14, 15})
+        fakes::ask(tarvo_show_pat_get_next, {}, step);
     for (const std::uint32_t leaf : {0x009e8010, 0x716c0116, 0x4bd61198, 0x3ccfd03d, 0x0ffc3f2a})
         ask(14, leaf);
     ask(15, 0x009e8010);
-    ask(0, 1, CONFD_ERR);
-    walk({-1}, false);
-    ask(0, 0x009e8010, CONFD_OK, false);
+    ask(0, 1);
+    outcomes.ready = 0;
+    fakes::ask(tarvo_show_pat_get_next, {}, -1);
+    ask(0, 0x009e8010);
+    outcomes.ready = 1;
     EXPECT_FALSE(std::filesystem::exists("/pat.txt"));
     fakes::record("== odd lines, which leave of the entries what they do not say");
     fakes::write_file(listing, std::string(58, 'h') +
                                    "\n8080 tcp 10.0.23.10 80 8\n  22   both  10.0.23.11  2222  1 more\n"
                                    "5 udp 10.0.0.2\n5\tudp 10.0.0.1 4\n   \n\n"
                                    "x protocol 255.255.255.2551 -1 99999999999\n   ");
-    walk({-1});
+    fakes::ask(tarvo_show_pat_get_next, {}, -1);
     fakes::record("== an empty listing");
     fakes::write_file(listing, "header\n");
-    walk({-1});
+    fakes::ask(tarvo_show_pat_get_next, {}, -1);
     ask(14, 0x009e8010);
     outcomes.reply = CONFD_ERR;
-    walk({4});
+    fakes::ask(tarvo_show_pat_get_next, {}, 4);
     fakes::expect_recorded("pat/listing.txt");
 }
 

@@ -12,17 +12,16 @@
 
 namespace {
 
+using fakes::ask;
 using fakes::outcomes;
 using fakes::tag;
 using fakes::text_value;
 using std::string;
-using Path = std::vector<std::vector<confd_value_t>>; // innermost first
 
 enum : std::uint32_t { lan = gw_system_GigabitEthernet, wan = gw_system_Cellular, brief = 1, detail = 0x3aafcb2e };
 const string description = "/gw-system:interface/GigabitEthernet{\"0/0\"}/description";
 const string cat_wired0 = "/bin/cat /sys/class/net/wired0/";
 const string lan_addresses = " inet addr:10.1.1.1  Bcast:10.1.1.255  Mask:255.255.255.0\n";
-bool ready;
 
 void set_link_address(const char *address)
 {
@@ -52,26 +51,11 @@ protected:
     {
         fakes::reset();
         g_logger_p = nullptr;
-        ready = true;
         set_link_address("0.0.0.0");
         fakes::write_file("/tmp/srcr2", lan_addresses);
         outcomes.outputs[cat_wired0 + "speed"] = "1000";
     }
 };
-
-// Records the path, the events of the request, and its result if it fails.
-template <typename... More>
-void ask(int (*provider)(confd_trans_ctx *, confd_hkeypath_t *, More...), const Path &path,
-         std::type_identity_t<More>... more)
-{
-    string text = ">";
-    for (const auto &element : path)
-        text += " " + fakes::shown(element.back());
-    fakes::record(text);
-    confd_hkeypath_t kp = fakes::keypath(path);
-    const int result = provider(fakes::transaction(ready), &kp, more...);
-    if (result != CONFD_OK) fakes::record("result " + std::to_string(result));
-}
 
 void object(std::uint32_t list, const char *key, std::uint32_t view)
 {
@@ -121,10 +105,10 @@ TEST_F(Providers, AnswerTheViews)
              {1U,   -1L}
     })
         ask(tarvo_show_interface_get_next, {{tag(list)}}, next);
-    ready = false;
+    outcomes.ready = 0;
     ask(tarvo_show_interface_get_next, {{tag(1)}}, 1);
     object(lan, "0/0", detail);
-    ready = true;
+    outcomes.ready = 1;
     g_logger_p = &g_logger;
     outcomes.stored[description] = text_value("Uplink");
     outcomes.outputs.clear();
@@ -161,7 +145,7 @@ TEST_F(Providers, AnswerTheTable)
         leaf(1, name);
     g_logger_p = &g_logger;
     leaf(0x4e669051, "Cellular 1/0");
-    ready = false;
+    outcomes.ready = 0;
     leaf(0x18177d15, "GigabitEthernet 0/0");
     outcomes.reply = -1;
     for (const long next : {-1L, 0L, 1L, 2L, -2L})
@@ -171,7 +155,7 @@ TEST_F(Providers, AnswerTheTable)
 
 TEST_F(Providers, AnswerTheMib)
 {
-    ready = false;
+    outcomes.ready = 0;
     ask(tarvo_if_mib_get_object, {{number(1)}});
     row_after(0);
     row_after(1);

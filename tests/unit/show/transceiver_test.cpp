@@ -47,8 +47,7 @@ void ask(const std::string &what, Provider provider, const std::vector<std::uint
     for (const std::uint32_t tag : tags) {
         failing = fail;
         transfers = 0;
-        confd_hkeypath_t path = fakes::keypath({{fakes::tag(tag)}});
-        EXPECT_EQ(provider(fakes::transaction(), &path), CONFD_OK);
+        fakes::ask(provider, {{fakes::tag(tag)}});
     }
 }
 
