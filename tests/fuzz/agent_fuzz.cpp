@@ -3,8 +3,8 @@
 // the configuration on disk is the one that runs.
 //
 // An input is steps of PEER OPERATION LENGTH-HIGH LENGTH-LOW PAYLOAD. PEER: its low bits choose one of the peers below,
-// 0x80 says that the payload is a text to make the operation's record of, 0x40 that no answer is wanted. OPERATION 0:
-// the peer leaves, and comes back as another. A reply or error answers the oldest question of the agent to that peer.
+// 0x40 says that no answer is wanted. OPERATION 0: the peer leaves, and comes back as another. A reply or error answers
+// the oldest question of the agent to that peer.
 #include <deque>
 #include <map>
 #include <set>
@@ -71,8 +71,6 @@ using proto::Role;
 
 constexpr Role roles[] = {Role::client, Role::client, Role::application, Role::data, Role::snmp, Role::application};
 constexpr std::size_t peer_count = std::size(roles);
-constexpr unsigned char is_text = 0x80;
-constexpr unsigned char unanswered = 0x40;
 
 struct Bench {
     Folder folder;
@@ -93,7 +91,7 @@ struct Bench {
 
 struct Step {
     std::size_t peer;
-    unsigned flags;
+    bool unanswered;
     unsigned char operation;
     std::string payload;
 };
@@ -101,49 +99,12 @@ struct Step {
 bool take_step(std::string_view *input, Step *step)
 {
     if (input->size() < 4) return false;
-    step->flags = take_byte(input);
-    step->peer = (step->flags & 0x3fU) % peer_count;
+    const std::uint8_t who = take_byte(input);
+    step->peer = (who & 0x3fU) % peer_count;
+    step->unanswered = (who & 0x40U) != 0;
     step->operation = take_byte(input);
     step->payload = take_sized(input);
     return true;
-}
-
-// The record of the operation, made of a text whose first character is its switch.
-std::string record_of(Op op, const std::string &text)
-{
-    const unsigned mode = text.empty() ? 0 : static_cast<unsigned char>(text[0]);
-    const std::string rest = text.empty() ? "" : text.substr(1);
-    const auto source = static_cast<proto::Source>(mode % 3);
-    switch (op) {
-    case Op::get:
-        return proto::encode(proto::Get{source, (mode & 8U) != 0, words_of(rest)});
-    case Op::edit:
-        return proto::encode(proto::Edit{mode == '-', words_of(rest)});
-    case Op::load:
-        return proto::encode(proto::Load{mode == '!', rest});
-    case Op::commit:
-    case Op::validate:
-        return proto::encode(proto::Commit{mode & 7U, rest, {}});
-    case Op::complete:
-        return proto::encode(proto::Complete{source, (mode & 8U) != 0, words_of(rest), rest.substr(rest.size() / 2)});
-    case Op::action:
-        return proto::encode(proto::Action{rest});
-    case Op::rollback:
-        return proto::encode(proto::Rollback{mode & 15U});
-    case Op::cdb_start:
-        return proto::encode(proto::CdbStart{mode == 'r' ? proto::Database::running : proto::Database::operational, 0});
-    case Op::cdb_get:
-    case Op::cdb_exists:
-    case Op::cdb_count:
-    case Op::cdb_cd:
-        return proto::encode(proto::CdbPath{text});
-    case Op::cdb_case:
-        return proto::encode(proto::CdbCase{rest.substr(0, rest.find(' ')), rest.substr(rest.find(' ') + 1)});
-    case Op::reply:
-        return proto::encode(proto::Status{static_cast<std::int8_t>(mode), rest, {}});
-    default:
-        return text;
-    }
 }
 
 void come(Bench &bench, std::size_t at)
@@ -187,8 +148,7 @@ void act(Bench &bench, const Step &step)
     }
     const auto op = static_cast<Op>(step.operation);
     if (!proto::is_op(step.operation) || op == Op::hello) return; // the server's business
-    const std::string payload = (step.flags & is_text) != 0 ? record_of(op, step.payload) : step.payload;
-    std::uint32_t id = (step.flags & unanswered) != 0 ? 0 : ++bench.last_id;
+    std::uint32_t id = step.unanswered ? 0 : ++bench.last_id;
     auto &questions = server.questions[peer];
     if (op == Op::reply || op == Op::error) {
         id = questions.empty() ? 0xffffffff : questions.front().second;
@@ -196,7 +156,7 @@ void act(Bench &bench, const Step &step)
     } else if (id != 0) {
         server.open.insert({peer, id});
     }
-    frame_came(bench.agent, peer, {op, id, payload});
+    frame_came(bench.agent, peer, {op, id, step.payload});
 }
 
 // Applications first: whoever waits for one gets an answer by that.

@@ -15,6 +15,15 @@ const model::Models &models()
     return *loaded;
 }
 
+proto::Words words_of(const std::string &text)
+{
+    std::istringstream in(text);
+    proto::Words words;
+    for (std::string word; in >> word;)
+        words.push_back(word);
+    return words;
+}
+
 void keypath(const std::string &text)
 {
     model::Target target;

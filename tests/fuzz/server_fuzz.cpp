@@ -3,22 +3,32 @@
 // The first byte is the size of a piece.
 #include <event2/event.h>
 #include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include "agent/server.h"
 #include "protocol/frame.h"
 #include "protocol/hello.h"
 #include "quiet.h"
+#include "service/stream.h"
 #include "target.h"
 
 namespace {
 
+// What binds to port 0 gets one that is free.
+std::uint16_t free_port()
+{
+    sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+    socklen_t size = sizeof address;
+    const service::Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    require(bind(socket.fd, reinterpret_cast<sockaddr *>(&address), size) == 0);
+    require(getsockname(socket.fd, reinterpret_cast<sockaddr *>(&address), &size) == 0);
+    return ntohs(address.sin_port);
+}
+
 struct Bench {
     agent::Loop loop = agent::open_loop();
     agent::Server server;
-    sockaddr_in address{};
+    std::uint16_t port = free_port();
     std::vector<std::string> got; // frames, as they would be sent
     int greeted = 0;
     int gone = 0;
@@ -26,21 +36,7 @@ struct Bench {
     Bench();
 };
 
-// A port that is free: what binds to 0 gets one.
-sockaddr_in free_address()
-{
-    sockaddr_in address{};
-    socklen_t size = sizeof address;
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    require(bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0);
-    require(getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size) == 0);
-    close(fd);
-    return address;
-}
-
-Bench::Bench() : address(free_address())
+Bench::Bench()
 {
     agent::ServerEvents events;
     events.greeted = [this](const agent::PeerInfo & /*info*/) { greeted++; };
@@ -50,7 +46,7 @@ Bench::Bench() : address(free_address())
     events.gone = [this](agent::PeerId /*peer*/) { gone++; };
     events.dispensable = [](agent::PeerId /*peer*/) { return true; };
     std::string error;
-    server = agent::open_server(loop, ntohs(address.sin_port), events, &error);
+    server = agent::open_server(loop, port, events, &error);
     require(server != nullptr);
 }
 
@@ -93,10 +89,9 @@ void check(std::string_view input)
     bench.got.clear();
     bench.greeted = 0;
     bench.gone = 0;
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const int on = 1;
-    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on); // a piece is a packet
-    require(connect(fd, reinterpret_cast<const sockaddr *>(&bench.address), sizeof bench.address) == 0);
+    service::Stream stream; // a piece is a packet
+    require(service::connect_stream(&stream, bench.port, 0) == 0);
+    const int fd = stream.socket.fd;
     send_pieces(bench, fd, hello, hello.size());
     send_pieces(bench, fd, input, piece);
     const std::vector<std::string> frames = frames_of(input);
@@ -107,6 +102,5 @@ void check(std::string_view input)
         turn(bench, EVLOOP_ONCE);
     const linger at_once{1, 0}; // no port of this machine stays behind
     setsockopt(fd, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
-    close(fd);
     require(bench.greeted == 1 && bench.got == frames);
 }

@@ -60,15 +60,6 @@ inline std::string take_until(std::string_view *input, char separator)
     return text;
 }
 
-inline std::vector<std::string> words_of(const std::string &text)
-{
-    std::istringstream in(text);
-    std::vector<std::string> words;
-    for (std::string word; in >> word;)
-        words.push_back(word);
-    return words;
-}
-
 inline FILE *file_of(std::string_view text)
 {
     FILE *file = fmemopen(nullptr, text.size() + 1, "w+"); // a copy, and never of size 0
