@@ -77,23 +77,6 @@ TEST(Resolve, RefusesWhatNamesNothing)
     }
 }
 
-TEST(Values, OfProvidersAreCheckedAgainstTheModel)
-{
-    const auto text_of = [](const std::string &path, const proto::Value &value) {
-        std::string text;
-        std::string error;
-        const bool ok = model::value_text(model::schema_of(target(path)), value, &text, &error);
-        return ok ? text : "error: " + error;
-    };
-    const std::string detail = "/interface-view/detail/GigabitEthernet{0/0}/";
-    EXPECT_EQ(text_of(detail + "admin-state", proto::make_number(ValueType::enum_value, 1)), "down");
-    EXPECT_EQ(text_of(detail + "admin-state", proto::make_number(ValueType::enum_value, 2)),
-              "error: \"2\" does not fit admin-state: expected up or down");
-    EXPECT_EQ(text_of(detail + "role", proto::make_text(ValueType::str, "L\nN\xff")), "L\\x0aN\\xff");
-    EXPECT_EQ(text_of(detail + "mtu", proto::make_number(ValueType::uint32, 1)),
-              "error: a value of type 12 is not mtu's");
-}
-
 // What load() says about these models next to our own extensions.
 std::string loaded(const std::vector<std::string> &bodies)
 {
