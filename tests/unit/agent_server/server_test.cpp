@@ -205,15 +205,19 @@ TEST_F(OperationalTest, ProvidersThatGoWrongLeaveMarks)
 {
     proto::Value address;
     ASSERT_TRUE(proto::from_text(ValueType::ipv4, "10.0.23.7", &address));
-    const proto::TagValue unknown{0x12345678, 0, address};
-    const proto::TagValue mac{0x1c4b7396, 0, proto::make_text(ValueType::str, "02:00")};
-    app.provider = [&](const proto::CallData &call) { // never ends, and knows tags that nobody knows
-        DataReply reply = said(call.call == DataCall::get_next ? DataKind::next_key : DataKind::object, {unknown, mac});
+    const std::vector<proto::TagValue> values = {
+        {0x12345678, 0,                                    address }, // known to nobody
+        { 0x1c4b7396,         0,      proto::make_text(ValueType::str, "02:00")},
+        { 0x3214a6d6,         0, proto::make_number(ValueType::uint32,       1)}, // the host name is a text
+    };
+    app.provider = [&](const proto::CallData &call) { // never ends
+        DataReply reply = said(call.call == DataCall::get_next ? DataKind::next_key : DataKind::object, values);
         reply.next = 1;
         reply.keys = {address};
         return reply;
     };
-    const std::string entry = "gw-oper:dhcp-server(binding(*client-address=10.0.23.7 mac-address=02:00 !binding ) ";
+    const std::string entry = "gw-oper:dhcp-server(binding(*client-address=10.0.23.7 mac-address=02:00 "
+                              "!host-name !binding ) ";
     EXPECT_EQ(read("/dhcp-server/binding"), entry + "!binding ) ");
     EXPECT_EQ(read("/dhcp-server/binding{10.0.23.7}"), entry + ") ");
     EXPECT_EQ(app.calls.front(), DataCall::get_next) << "the provider serves entries of its last walk";
