@@ -59,14 +59,14 @@ using Text = const std::string &;
 using proto::NodeKind;
 using proto::TreeNode;
 using proto::ValueType;
-inline const auto in = [](Text name) { return TreeNode{NodeKind::container, false, false, {}, name, ""}; };
-inline const auto entry = [](Text name) { return TreeNode{NodeKind::entry, false, false, {}, name, ""}; };
-inline const auto mark = [](Text name, Text why) {
-    return TreeNode{NodeKind::error_mark, false, false, {}, name, why};
-};
-inline const auto item = [](Text name, Text text) {
-    return TreeNode{NodeKind::item, false, false, ValueType::ipv4, name, text};
-};
+inline TreeNode node(NodeKind kind, Text name, Text text = "", ValueType type = {})
+{
+    return {kind, false, false, type, name, text};
+}
+inline const auto in = [](Text name) { return node(NodeKind::container, name); };
+inline const auto entry = [](Text name) { return node(NodeKind::entry, name); };
+inline const auto mark = [](Text name, Text why) { return node(NodeKind::error_mark, name, why); };
+inline const auto item = [](Text name, Text text) { return node(NodeKind::item, name, text, ValueType::ipv4); };
 inline const auto leaf = [](Text name, Text text, ValueType type = ValueType::buf, bool is_default = false) {
     return TreeNode{NodeKind::leaf, false, is_default, type, name, text};
 };

@@ -27,6 +27,11 @@ struct Gwcli : testing::Test {
     {
         EXPECT_EQ(run_gwcli(agent, arguments, input), ran) << testing::PrintToString(arguments) << input;
     }
+    // And nothing else, with success.
+    void prints(const std::vector<std::string> &arguments, const std::string &out, const std::string &input = "") const
+    {
+        expect(arguments, {0, out, ""}, input);
+    }
 };
 
 TEST_F(Gwcli, ShowsWhatTheWordsSayWithItsAncestors)
@@ -52,7 +57,7 @@ TEST_F(Gwcli, ShowsWhatTheWordsSayWithItsAncestors)
     };
     for (const auto &row : rows) {
         gateway.log.clear();
-        expect(words(row.line), {0, row.out, ""});
+        prints(words(row.line), row.out);
         EXPECT_EQ(gateway.log, std::string(row.asked) + "\n");
     }
 }
@@ -65,41 +70,36 @@ TEST_F(Gwcli, FailsOnlyWhenNothingCouldBeRead)
            {1, "", "gwcli: /transceiver/diagnostics: nobody serves it (and 1 more could not be read)\n"});
     gateway.tree.nodes[4] = in("idprom");
     gateway.tree.nodes.insert(gateway.tree.nodes.begin() + 5, {leaf("vendor-name", "ACME  "), end});
-    expect({"show", "transceiver"},
-           {0, "Identification\nVendor  ACME\n! /transceiver/diagnostics: nobody serves it\n", ""});
-    expect({"show", "operational", "transceiver"},
-           {0, "transceiver\n  ! diagnostics: nobody serves it\n  idprom vendor-name \"ACME  \"\n", ""});
+    prints({"show", "transceiver"}, "Identification\nVendor  ACME\n! /transceiver/diagnostics: nobody serves it\n");
+    prints({"show", "operational", "transceiver"},
+           "transceiver\n  ! diagnostics: nobody serves it\n  idprom vendor-name \"ACME  \"\n");
     // The keys on the way to what was asked for were not read; those of entries that the agent found were.
     gateway.tree = tree_of(in("m:view"), entry("port"), key("name", "0/0"), mark("mtu", "no reply"), end, end);
     expect({"show", "operational", "--json"},
            {1, "{\"error\":{\"code\":\"unreadable\",\"path\":\"/view/port{0/0}/mtu\",\"text\":\"no reply\"}}\n",
             "gwcli: /view/port{0/0}/mtu: no reply\n"});
     gateway.tree.nodes.insert(gateway.tree.nodes.end() - 2, mark("speed", "no reply"));
-    expect({"show", "operational"}, {0, "view port 0/0\n  ! mtu: no reply\n  ! speed: no reply\n", ""});
+    prints({"show", "operational"}, "view port 0/0\n  ! mtu: no reply\n  ! speed: no reply\n");
 }
 
 TEST_F(Gwcli, ListsRollbacksAndChanges)
 {
-    expect({},
-           {0,
-            "Number  Transaction  Committed            Comment\n"
-            "     1           17  2026-11-22 20:41:17  before the move\n",
-            ""},
+    prints({},
+           "Number  Transaction  Committed            Comment\n"
+           "     1           17  2026-11-22 20:41:17  before the move\n",
            "rollback list");
-    expect({"configure", "diff", "diff --json"},
-           {0,
-            "+ /a/l{1}\n~ /a/m 1 -> 2\n- /a/n x\n"
-            R"({"changes":[{"op":"create","path":"/a/l{1}"},{"op":"modify","path":"/a/m","before":"1","after":"2"},)"
-            R"({"op":"delete","path":"/a/n","before":"x"}]})"
-            "\n",
-            ""});
+    prints({"configure", "diff", "diff --json"},
+           "+ /a/l{1}\n~ /a/m 1 -> 2\n- /a/n x\n"
+           R"({"changes":[{"op":"create","path":"/a/l{1}"},{"op":"modify","path":"/a/m","before":"1","after":"2"},)"
+           R"({"op":"delete","path":"/a/n","before":"x"}]})"
+           "\n");
 }
 
 TEST_F(Gwcli, ExecutesLinesUntilOneFailsOrTheSessionIsLeft)
 {
-    expect({"configure", "set a --x \"b \\\"c\"", "delete d\\ e # f", "commit conf 60 comment \"why not\""},
-           {0, "committed (transaction 5); taken back in 60 s unless confirmed\n", ""});
-    expect({}, {0, "committed (transaction 5)\ncounters cleared\n", ""},
+    prints({"configure", "set a --x \"b \\\"c\"", "delete d\\ e # f", "commit conf 60 comment \"why not\""},
+           "committed (transaction 5); taken back in 60 s unless confirmed\n");
+    prints({}, "committed (transaction 5)\ncounters cleared\n",
            "# the LAN\nconfigure\n\n set a 1\ncommit\nexit\nclear counters\nquit\nnonsense\n");
     EXPECT_EQ(gateway.log,
               "set a|--x|b \"c\ndelete d e|#|f\ncommit 60 why not 0\nset a|1\ncommit 0  0\noperation 28\n"); // action
@@ -127,7 +127,7 @@ TEST_F(Gwcli, CommitsWithWarningsOnlyWhenTheyAreAccepted)
     };
     expect({"configure", "set a 1", "commit"}, {1, "warning: /a: first\nnot committed: there are warnings\n",
                                                 "gwcli: line 2: /a: first; not committed, --accept-warnings would\n"});
-    expect({"-", "--accept-warnings"}, {0, "warning: /a: first\nwarning: /b: second\ncommitted (transaction 5)\n", ""},
+    prints({"-", "--accept-warnings"}, "warning: /a: first\nwarning: /b: second\ncommitted (transaction 5)\n",
            "conf\ncommit\n");
 }
 
@@ -135,7 +135,7 @@ TEST_F(Gwcli, LoadsAndCommitsAFileOrLeavesNothingBehind)
 {
     const std::string name = testing::TempDir() + "gwcli-load.json";
     std::ofstream(name) << "{}";
-    expect({"load", name, "--replace"}, {0, "committed (transaction 5)\n", ""});
+    prints({"load", name, "--replace"}, "committed (transaction 5)\n");
     gateway.refuse_commit = "no";
     expect({"-"}, {1, "", "gwcli: line 1: /ip/dhcp: no\n"}, "load " + name + "\n");
     const std::string commit = " {}\ncommit 0 load " + name + " 0\n";
