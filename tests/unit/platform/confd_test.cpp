@@ -159,15 +159,12 @@ proto::PathElement element(std::uint32_t tag, std::vector<proto::Value> keys = {
 
 TEST(Keypath, HasALimitAndItsTextIsCutAndPrintable)
 {
-    confd::learn_names(std::vector{
-        proto::TagName{101, "interface"},
-        proto::TagName{102, "Ethernet" }
-    });
+    confd::learn_names(std::vector(1, proto::TagName{101, "interface"}));
     confd::Arena arena;
     confd_hkeypath_t path;
     const proto::Value key = make_text(ValueType::buf, "0\n0");
-    ASSERT_TRUE(confd::to_c({element(999), element(0, {key, key}), element(102), element(101)}, &arena, &path));
-    const std::string whole = "/interface/Ethernet{0\\x0a0 0\\x0a0}/?";
+    ASSERT_TRUE(confd::to_c({element(999), element(0, {key, key}), element(101)}, &arena, &path));
+    const std::string whole = "/interface{0\\x0a0 0\\x0a0}/?";
     for (const int size : {64, 5, 1, 0}) {
         char text[64] = "x";
         EXPECT_EQ(confd_pp_kpath(text, size, &path), static_cast<int>(whole.size()));

@@ -89,8 +89,7 @@ proto::Deliver delivery(std::uint64_t txid, std::uint32_t index, std::uint16_t r
 }
 
 // The test is the daemon's main thread, but for the time of the call.
-class Init : public testing::Test {
-protected:
+struct Init : testing::Test {
     event_base *base = event_base_new();
     const std::ptrdiff_t before = fakes::open_descriptors();
     std::future<int> start() { return std::async(std::launch::async, init, base); }
@@ -146,8 +145,7 @@ TEST_F(Init, TellsTheAgentItsTablesAndWaitsForTheLoop)
 }
 
 // Registered and looping on a thread of its own; the test plays the agent.
-class Registered : public testing::Test {
-protected:
+struct Registered : testing::Test {
     void SetUp() override
     {
         fakes::taken();
