@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <unistd.h>
 
 using fakes::outcomes;
@@ -59,11 +60,12 @@ int confd_register_data_cb(confd_daemon_ctx * /*dx*/, const confd_data_cbs *cbs)
     return outcomes.refused_callpoint == cbs->callpoint ? CONFD_ERR : CONFD_OK;
 }
 
-int cdb_connect(int /*sock*/, cdb_sock_type type, const sockaddr *srv, int srv_sz)
+int cdb_connect(int sock, cdb_sock_type type, const sockaddr *srv, int srv_sz)
 {
     const auto *to = reinterpret_cast<const sockaddr_in *>(srv);
     record("cdb_connect " + to_string(type) + " " + to_string(ntohl(to->sin_addr.s_addr)) + ":" +
-           to_string(ntohs(to->sin_port)) + " " + to_string(srv_sz));
+           to_string(ntohs(to->sin_port)) + " " + to_string(srv_sz) +
+           (fcntl(sock, F_GETFD) == FD_CLOEXEC ? "" : " inherited by commands"));
     return outcomes.cdb_connect;
 }
 

@@ -47,8 +47,13 @@ TEST(Passthrough, IsSwitchedAsRecorded)
     outcomes.stored.erase(lan + "mask");
     change("unknown address, half a LAN", 1);
     passthrough_enabled = 0;
+    const auto before = fakes::open_descriptors();
     outcomes.cdb_connect = -1;
     change("without the agent", 1);
+    outcomes.cdb_connect = 0;
+    outcomes.start_session = -1;
+    change("without sessions", 1);
+    EXPECT_EQ(fakes::open_descriptors(), before);
     fakes::expect_recorded("config/passthrough.txt");
 }
 

@@ -35,6 +35,7 @@ void gigabit(std::vector<confd_tag_value_t> pairs, int op = MOP_MODIFIED, const 
     record(said);
     const auto count = static_cast<std::uint16_t>(pairs.size());
     EXPECT_EQ(tarvo_config_gigabitethernet(&ctx, op, 1, keys, count, pairs.data()), 0);
+    record("media " + std::to_string(g_gig_media_type));
 }
 
 void validate(const char *what, int (*validator)(confd_trans_ctx *, confd_hkeypath_t *, confd_value_t *),
@@ -71,6 +72,10 @@ TEST_F(Config, AppliesWhatAChangeSaysAboutTheLanAddress)
     gigabit({address(ip_tag, "fe80::1"), address(mask_tag, "255.0.0.0")});
     gigabit({fakes::pair(ip_tag, C_XMLBEGIN), fakes::pair(mask_tag, C_BUF), fakes::pair(1, C_IPV4)});
     gigabit({});
+    for (const unsigned media : {0, 2, 1})
+        gigabit({fakes::pair(media_tag, C_ENUM_VALUE, media)});
+    g_gig_media_type = 0;
+    gigabit({fakes::pair(media_tag, C_INT32)});
     outcomes.stored.clear();
     gigabit({ip}, MOP_CREATED);
     gigabit({address(mask_tag, "255.0.0.0"), end});
@@ -80,23 +85,6 @@ TEST_F(Config, AppliesWhatAChangeSaysAboutTheLanAddress)
     for (const int op : {MOP_DELETED, MOP_MODIFIED})
         EXPECT_EQ(tarvo_config_interface(nullptr, op, 1, keys, 0, nullptr), 0);
     fakes::expect_recorded("config/lan_address.txt");
-}
-
-TEST_F(Config, RemembersTheMediaType)
-{
-    const std::tuple<confd_vtype, int, int> cases[] = {
-  // what is delivered over what was before
-        {C_ENUM_VALUE, 0, 1},
-        {C_ENUM_VALUE, 1, 0},
-        {C_ENUM_VALUE, 2, 0},
-        {C_INT32,      0, 0}
-    };
-    for (const auto &[type, number, before] : cases) {
-        g_gig_media_type = before;
-        gigabit({fakes::pair(media_tag, type, number)});
-        record("media " + std::to_string(g_gig_media_type));
-    }
-    fakes::expect_recorded("config/media.txt");
 }
 
 TEST_F(Config, Validates)

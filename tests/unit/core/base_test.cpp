@@ -1,20 +1,16 @@
 #include <algorithm>
-#include <fcntl.h>
 
 #include <gtest/gtest.h>
 
-#include "core/base/cdb_sessions.h"
 #include "core/base/command_runner.h"
 #include "core/base/debug_info.h"
 #include "core/base/globals.h"
-#include "core/base/handles.h"
 #include "core/base/log.h"
 #include "fakes/platform.h"
 #include "fakes/transcript.h"
 
 namespace {
 
-using fakes::open_descriptors;
 using fakes::write_file;
 
 TEST(Log, GuardsPrefixesAndEchoes)
@@ -92,45 +88,17 @@ TEST(DebugFile, SwitchesTheDiagnostics)
     };
     std::filesystem::remove(file);
     read();
+    // clang-format off
     const std::string texts[] = {
-        "",
-        on + "\r\n",
-        on + "\n\n\nDEV_LOG:off",
-        "no colon\nDEV_LOG: NTP_ENA",
-        ":x\n" + key15 + ":\nDEV_LOGS:NTP_ENA",
-        key15 + "k:\n" + on,
-        value127,
-        value127 + "v\n" + on,
-        std::string(1006, 'x') + "\n" + on + "BLE", // 1023 bytes count
+        "", on + "\r\n", on + "\n\n\nDEV_LOG:off", "no colon\nDEV_LOG: NTP_ENA", ":x\n" + key15 + ":\nDEV_LOGS:NTP_ENA",
+        key15 + "k:\n" + on, value127, value127 + "v\n" + on, std::string(1006, 'x') + "\n" + on + "BLE", // 1023 bytes count
     };
+    // clang-format on
     for (const std::string &text : texts) {
         write_file(file, text);
         read();
     }
     fakes::expect_recorded("core/debug_file.txt");
-}
-
-TEST(CdbSession, ConnectsAndStartsOrReleasesEverything)
-{
-    fakes::reset();
-    for (const auto setup : {setup_cdb_session, setup_oper_cdb_session}) {
-        const auto before = open_descriptors();
-        close(STDIN_FILENO);
-        {
-            const CdbSession session(setup());
-            EXPECT_EQ(session.sock, 0) << "the lowest descriptor is as good as any";
-            EXPECT_TRUE(session.open());
-            EXPECT_EQ(fcntl(session.sock, F_GETFD), FD_CLOEXEC);
-        }
-        open("/dev/null", O_RDONLY);
-        fakes::outcomes.cdb_connect = -1;
-        EXPECT_EQ(setup(), -1);
-        fakes::outcomes = {.start_session = -1};
-        EXPECT_EQ(setup(), -1);
-        fakes::outcomes = {};
-        EXPECT_EQ(open_descriptors(), before);
-    }
-    fakes::expect_recorded("core/sessions.txt");
 }
 
 } // namespace
