@@ -3,7 +3,6 @@
 
 #include "core/base/tag_values.h"
 #include "dhcp/dhcp_lists.h"
-#include "dhcp/side_file.h"
 #include "fakes/platform.h"
 #include "fakes/transcript.h"
 
@@ -15,7 +14,7 @@ using Ranges = std::vector<std::pair<const char *, const char *>>; // an empty h
 
 void show_file(const std::string &path)
 {
-    record(path + (std::filesystem::exists(path) ? ":\n" + fakes::read_file(path) : ": no file"));
+    record(path + ":\n" + fakes::read_file(path));
 }
 
 // The pool 10.0.23.0/24 and the excluded ranges.
@@ -32,24 +31,6 @@ void store(const Ranges &ranges)
         fakes::outcomes.stored[entry + "/low-address"] = ipv4_value(low);
         if (*high != '\0') fakes::outcomes.stored[entry + "/high-address"] = ipv4_value(high);
     }
-}
-
-TEST(SideFile, StaysAsItWasUnlessTheNewOneIsWhole)
-{
-    fakes::reset();
-    const auto process = [](const std::string &path, bool remove) {
-        process_dnsmasq_dhcp_file(path.c_str(), remove, "3", remove ? nullptr : "3,d,e");
-        show_file(path);
-        show_file(path + ".tmp");
-    };
-    process("/tmp/side", false);
-    fakes::write_file("/tmp/side", "3,a\n33,b\n6,c");
-    process("/tmp/side", false);
-    process("/tmp/side", true);
-    std::filesystem::create_symlink("/dev/full", "/tmp/side.tmp");
-    process("/tmp/side", false);
-    process("/tmp/no/side", false);
-    fakes::expect_recorded("dhcp/side_file.txt");
 }
 
 TEST(DhcpLists, WriteOptionsAndBindingsByTheirValuePairs)

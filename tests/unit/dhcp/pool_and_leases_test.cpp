@@ -30,6 +30,7 @@ time_t __wrap_time(time_t *)
 
 namespace {
 
+using fakes::ask;
 using fakes::ipv4_value;
 using fakes::outcomes;
 using fakes::record;
@@ -37,6 +38,9 @@ using fakes::record;
 enum : std::uint32_t { days = 0x2b27021e, hours = 0x60dd82a5, minutes = 0x48daf5d4 };
 const confd_value_t in_use = fakes::tag(0x114e0517), unused = fakes::tag(0x4de1a5d6), net = fakes::tag(0x7a82c47a);
 const std::string leases = "/tmp/dnsmasq.leases";
+constexpr auto next = tarvo_show_dhcp_binding_get_next;
+constexpr auto lease = tarvo_show_dhcp_binding_get_object;
+constexpr auto statistics = tarvo_show_dhcp_pool_stats_get_elem;
 
 confd_tag_value_t prefix(const char *address, int length, confd_vtype type = C_IPV4PREFIX)
 {
@@ -56,21 +60,6 @@ void validate(confd_tag_value_t pair, int count)
 {
     mappings = count;
     record("result " + std::to_string(tarvo_validate_dhcp_subnet_prefix(nullptr, nullptr, &pair.v)));
-}
-
-void next(long position)
-{
-    fakes::ask(tarvo_show_dhcp_binding_get_next, {}, position);
-}
-
-void lease(const confd_value_t &key)
-{
-    fakes::ask(tarvo_show_dhcp_binding_get_object, {{key}});
-}
-
-void statistics(const confd_value_t &leaf)
-{
-    fakes::ask(tarvo_show_dhcp_pool_stats_get_elem, {{leaf}});
 }
 
 void expect_abort(const std::function<void()> &call, const std::string &expression)
@@ -137,24 +126,24 @@ TEST(DhcpLeases, AreServedAsRecorded)
     fakes::reset();
     record("== the list, answered from what was read at its start");
     fakes::write_file(leases, fakes::read_file(GW_DATA_DIR "dhcp/dnsmasq.leases"));
-    next(-1);
+    ask(next, {}, -1);
     std::filesystem::remove(leases);
     for (int i = 0; i < g_num_leases; i++) {
-        next(i + 1);
+        ask(next, {}, i + 1);
         outcomes.reply = i == 1 ? -7 : 0;
         confd_value_t key = ipv4_value("0.0.0.0");
         key.val.ip = g_leases[i].address;
-        lease(key);
+        ask(lease, {{key}});
     }
-    next(-2);
-    lease(ipv4_value("10.0.23.99"));
-    expect_abort([] { lease(net); }, "&keypath_p->v\\[0\\]\\[0\\]\\)->type == C_IPV4");
+    ask(next, {}, -2);
+    ask(lease, {{ipv4_value("10.0.23.99")}});
+    expect_abort([] { ask(lease, {{net}}); }, "&keypath_p->v\\[0\\]\\[0\\]\\)->type == C_IPV4");
     record("== not ready, then without a file");
     for (const int ready : {0, 1}) {
         outcomes.ready = ready;
-        next(-1);
-        lease(ipv4_value("10.0.23.3"));
-        statistics(in_use);
+        ask(next, {}, -1);
+        ask(lease, {{ipv4_value("10.0.23.3")}});
+        ask(statistics, {{in_use}});
     }
     record("== statistics of five leases and ten excluded addresses");
     fakes::write_file(leases,
@@ -165,17 +154,17 @@ TEST(DhcpLeases, AreServedAsRecorded)
     outcomes.stored[range + "low-address"] = ipv4_value("10.0.23.10");
     outcomes.stored[range + "high-address"] = ipv4_value("10.0.23.19");
     for (const auto &leaf : {in_use, unused, net, fakes::tag(7)})
-        statistics(leaf);
+        ask(statistics, {{leaf}});
     record("== exclusions that cannot be read");
     outcomes.stored.erase(range + "high-address");
-    statistics(unused);
+    ask(statistics, {{unused}});
     pool.type = C_IPV4;
-    expect_abort([] { statistics(net); }, "&val\\)->type == C_IPV4PREFIX");
-    expect_abort([&] { statistics(pool); }, "&\\(keypath_p->v\\[0\\]\\[0\\]\\)\\)->type == C_XMLTAG");
+    expect_abort([] { ask(statistics, {{net}}); }, "&val\\)->type == C_IPV4PREFIX");
+    expect_abort([&] { ask(statistics, {{pool}}); }, "&\\(keypath_p->v\\[0\\]\\[0\\]\\)\\)->type == C_XMLTAG");
     record("== no pool");
     outcomes.stored.clear();
     for (const auto &leaf : {unused, net})
-        statistics(leaf);
+        ask(statistics, {{leaf}});
     fakes::expect_recorded("dhcp/providers.txt");
 }
 
