@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <linux/mii.h>
 #include <linux/sockios.h>
-#include <malloc.h>
 #include <net/if.h>
 #include <set>
 #include <unistd.h>
@@ -124,12 +123,11 @@ TEST_F(Monitor, StartsByBoardAndEndsAtAFailure)
     fakes::expect_recorded("monitor/start.txt", every_cycle);
 }
 
-TEST_F(Monitor, CountsThreeSecondsACycleAndGrowsByNothing)
+TEST_F(Monitor, CountsThreeSecondsACycleAndLeavesNothingOpen)
 {
     constexpr int month = 862800; // cycles
     std::string steps;
     std::ptrdiff_t descriptors = 0;
-    std::size_t memory = 0;
     state.probe_counter = 3 * (month - 20000);
     for (int number = 1; number <= 20000; number++) {
         ASSERT_TRUE(run_monitor_cycle(state));
@@ -137,12 +135,10 @@ TEST_F(Monitor, CountsThreeSecondsACycleAndGrowsByNothing)
         ASSERT_EQ(events.size(), (number % 2 == 1 ? 2U : 1U) + (number == 20000 ? 2U : 0U)) << number;
         if (number == 199 || number == 201 || number == 20000) steps += events.front() + " " + events.back() + "; ";
         if (number == 1000) descriptors = fakes::open_descriptors();
-        if (number == 1000) memory = mallinfo2().uordblks;
     }
     EXPECT_EQ(steps, "wait 3000 ms statistics 597; wait 3000 ms statistics 603; "
                      "run: echo 2592000 > /click/routing/wan0_gw_arp_prober/probe_interval wait 3000 ms; ");
     EXPECT_EQ(fakes::open_descriptors(), descriptors);
-    EXPECT_LT(mallinfo2().uordblks, memory + 10000);
 }
 
 void put(const char *path, const std::string &text)

@@ -114,8 +114,7 @@ TEST_F(Transceiver, SaysWhatTheIdPromHolds)
     ask("a module", idprom, facts);
     a0.fill(0xff);
     ask("ones", idprom, {facts.begin(), facts.begin() + 8});
-    const auto names = [](const char *what, std::size_t leaf, std::size_t at,
-                          std::initializer_list<std::uint8_t> values) {
+    const auto names = [](const char *what, std::size_t leaf, std::size_t at, const std::vector<std::uint8_t> &values) {
         for (const std::uint8_t value : values) {
             a0[at] = value;
             ask(what + std::to_string(value), idprom, {facts[leaf]});
@@ -146,15 +145,11 @@ TEST_F(Transceiver, IsCalibratedByItsOwnConstants)
         ASSERT_EQ(sfp_read_diag(raw), 1);
         a0[92] = 0x10;
         ASSERT_EQ(sfp_read_diag(diag), 1);
-        const std::pair<int, int> pairs[] = {
-            {raw.tx_bias,     diag.tx_bias    },
-            {raw.tx_power,    diag.tx_power   },
-            {raw.temperature, diag.temperature},
-            {raw.vcc,         diag.vcc        }
-        };
+        const int read[] = {raw.tx_bias, raw.tx_power, raw.temperature, raw.vcc};
+        const int told[] = {diag.tx_bias, diag.tx_power, diag.temperature, diag.vcc};
         for (int i = 0; i < 4; ++i) {
-            const double exact = pairs[i].first * (slope + i) / 256.0 + offset - i;
-            const double error = std::copysign(1, pairs[i].first) * std::remainder(pairs[i].second - exact, 65536);
+            const double exact = read[i] * (slope + i) / 256.0 + offset - i;
+            const double error = std::copysign(1, read[i]) * std::remainder(told[i] - exact, 65536);
             EXPECT_TRUE(error > -1 && error <= 0) << reading << " pair " << i;
         }
         EXPECT_TRUE(raw.temperature == static_cast<std::int16_t>(reading) && diag.rx_power == raw.rx_power);
