@@ -15,8 +15,6 @@
 
 namespace {
 
-using proto::ValueType;
-
 constexpr std::uint32_t system_ns = 0x6b64eac0;
 const std::string nat_list = "ip/nat/inside/source/static/tcp-udp-list";
 
@@ -28,14 +26,18 @@ model::Target target(const std::string &path, const model::Base &base = {system_
     return result;
 }
 
+// Edits that make a rule of Cellular 1/0.
+std::string rule(int id)
+{
+    const std::string one = "ip nat inside source static tcp-udp-list " + std::to_string(id) + " ";
+    return one + "tcp_udp tcp; " + one + "local-addr 1.1.1.1; " + one + "interface global-port 1; " + one +
+           "interface Cellular 1/0; ";
+}
+
 TEST(Resolve, FindsEntriesByKeyAndByPosition)
 {
-    const std::string rule = "ip nat inside source static tcp-udp-list ";
-    std::string edits = "interface GigabitEthernet 0/0; interface Cellular 1/0; snmp trap target ::1 162; ";
-    for (const std::string &at : {rule + "9 ", rule + "5 "}) // in the operator's order
-        edits += at + "tcp_udp udp; " + at + "local-addr 10.0.23.9; " + at + "interface global-port 80; " + at +
-                 "interface Cellular 1/0; ";
-    const model::Tree tree = config(edits);
+    const std::string edits = "interface GigabitEthernet 0/0; interface Cellular 1/0; snmp trap target ::1 162; ";
+    const model::Tree tree = config(edits + rule(9) + rule(5)); // as an operator typed them
     const std::pair<std::string, const char *> rows[] = {
         {nat_list + "[0]/id",                              "9"     },
         {"/gw-system:" + nat_list + "[1]/id",              "5"     },
@@ -86,9 +88,9 @@ std::string loaded(const std::vector<std::string> &bodies)
                                        "extension tag-hash { argument h; } extension namespace-hash { argument h; } }";
     for (std::size_t i = 0; i < bodies.size(); i++) {
         const std::string name = "m" + std::to_string(i);
-        std::ofstream(dir + name + ".yang") << "module " + name + " { yang-version 1.1; namespace urn:" + name +
-                                                   "; prefix " + name + "; import gwx { prefix gwx; } " + bodies[i] +
-                                                   "}";
+        std::ofstream(dir + name + ".yang")
+            << "module " << name << " { yang-version 1.1; namespace urn:" << name << "; prefix " << name
+            << "; import gwx { prefix gwx; } " << bodies[i] << "}";
     }
     std::string error;
     model::load(dir, &error);
@@ -159,11 +161,6 @@ TEST(Edit, SaysWhatWouldBeAccepted)
 
 TEST(Edit, ExplainsBrokenRules)
 {
-    const auto rule = [](int id) {
-        const std::string one = "ip nat inside source static tcp-udp-list " + std::to_string(id) + " ";
-        return one + "tcp_udp tcp; " + one + "local-addr 1.1.1.1; " + one + "interface global-port 1; " + one +
-               "interface Cellular 1/0; ";
-    };
     const std::string at_rule = "/ip/nat/inside/source/static/tcp-udp-list";
     const std::string binding = "ip dhcp pool mac-binding 02:00:00:00:00:0";
     const std::string at_binding = "/ip/dhcp/pool/mac-binding{02:00:00:00:00:0";
