@@ -146,7 +146,6 @@ TEST_F(CommitTest, AConfirmedCommitGoesBackByItself)
     restart();
     EXPECT_EQ(value_of(client, description), "before");
     EXPECT_EQ(app.got.at(0).values.at(0).value.bytes, "before");
-    EXPECT_EQ(status("unconfirmed"), "none");
 
     set_description("aborted", 100);
     EXPECT_EQ(ask_for<proto::CommitReply>(client, Op::abort_confirmed).outcome, Outcome::done);

@@ -52,12 +52,10 @@ struct OperationalTest : AgentTest {
         if (message.op != Op::reply) return "error";
         std::string out;
         for (const proto::TreeNode &node : decoded<proto::Tree>(message).nodes) {
-            if (node.kind == NodeKind::leaf)
-                out += (node.is_key ? "*" : "") + node.name + "=" + node.text + " ";
-            else if (node.kind == NodeKind::end)
-                out += ") ";
-            else
-                out += node.kind == NodeKind::error_mark ? "!" + node.name + " " : node.name + "(";
+            if (node.kind == NodeKind::leaf) out += (node.is_key ? "*" : "") + node.name + "=" + node.text + " ";
+            if (node.kind == NodeKind::error_mark) out += "!" + node.name + " ";
+            if (node.kind == NodeKind::container || node.kind == NodeKind::entry) out += node.name + "(";
+            if (node.kind == NodeKind::end) out += ") ";
         }
         return out;
     }
