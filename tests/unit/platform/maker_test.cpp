@@ -3,7 +3,7 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdlib>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <thread>

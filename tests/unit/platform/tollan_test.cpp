@@ -1,6 +1,5 @@
 #include <event2/event.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 
 #include <atomic>
 #include <future>
@@ -9,7 +8,6 @@
 #include "fakes/record.h"
 #include "maker.h"
 #include "protocol/application.h"
-#include "protocol/data.h"
 #include "tollan.h"
 #include "unit/platform/peer.h"
 
