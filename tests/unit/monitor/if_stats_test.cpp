@@ -33,11 +33,8 @@ TEST(IfStats, CountFromTheBaseline)
 {
     fakes::write_file(net_dev, "Inter-| Receive\n wired0:\n wired00: 1000 10 1 2 90 91 92 93 2000 20 3 4 94 95 96 97\n"
                                "  wired0: 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1 1\ncell_1_0: 5 6 7 x 9\n"); // cut short
-    const struct {
-        const char *device;
-        int result;
-        Numbers baseline, output;
-    } cases[] = {
+    // clang-format off
+    const struct { const char *device; int result; Numbers baseline, output; } cases[] = {
         {"wired0",   0, {},                                    {10, 1000, 1, 2, 7, 8, 20, 2000, 3, 4, 7, 8}       },
         {"wired0",   0, {9, 1000, 1, 2, 9, 9, 20, 1999, 3, 4}, {1, 0, 0, 0, 7, 8, 0, 1, 0, 0, 7, 8}               },
         {"wired0",   0, {5, 1001, 0, 0, 0, 0, 5, 2001},        {10, 1000, 1, 2, 7, 8, 20, 2000, 3, 4, 7, 8}       },
@@ -45,6 +42,7 @@ TEST(IfStats, CountFromTheBaseline)
         {"cell_1_0", 0, {},                                    {6, 5, 7, 0, 7, 8, 0, 0, 0, 0, 7, 8}               },
         {"absent",   1, {},                                    {0, 0, 0, 0, 7, 8, 0, 0, 0, 0, 7, 8}               },
     };
+    // clang-format on
     for (const auto &c : cases) {
         auto output = std::bit_cast<IfStatSample>(Numbers{0, 0, 0, 0, 7, 8, 0, 0, 0, 0, 7, 8});
         EXPECT_EQ(read_proc_net_dev_stats(c.device, std::bit_cast<IfStatSample>(c.baseline), output), c.result);

@@ -157,23 +157,23 @@ TEST_F(Monitor, TellsEachChangeOnce)
         std::string seconds = "1000.1 5\n", line = "12345678a reason\nmore", ip = "9", mask = "m";
         int snmp = 0, targets = 1;
     } const cycles[] = {
-        {.what = "another device",            .devices = {"other"}},
-        {.what = "LAN",                       .devices = {"wired0"}},
-        {.what = "the LED fails",             .led = -1},
-        {.what = "LAN without LED",           .devices = {"wired0"}, .led = 0},
-        {.what = "LAN with a LED",            .devices = {"wired0"}},
-        {.what = "nothing without LED",       .led = 0},
-        {.what = "modem soon after the boot", .devices = {"cell_1_0"}, .seconds = "999.99 1\n"},
-        {.what = "long reason, no uptime",    .devices = {"cell_1_1"}, .seconds = "none", .line = std::string(70, 'x')},
-        {.what = "short reason",              .devices = {"cell_1_0"}, .seconds = "0.5 1\n", .line = "1234567"},
-        {.what = "no reason",                 .devices = {"cell_1_0"}, .seconds = "0.5 1\n", .line = "none"},
-        {.what = "SNMP off",                  .devices = {"cell_1_0"}, .targets = 2},
-        {.what = "no targets",                .devices = {"cell_1_0"}, .snmp = 1, .targets = 0},
-        {.what = "the first that is read",    .devices = {"cell_1_0"}, .ip = "1", .snmp = 1, .targets = 2},
-        {.what = "no modem",                  .ip = "2", .snmp = 1},
-        {.what = "SNMP off again",            .devices = {"cell_1_1"}, .ip = "2"},
-        {.what = "an address",                .devices = {"cell_1_1"}, .ip = "2", .snmp = 1},
-        {.what = "a mask, two modems",        .devices = {"cell_1_0", "cell_1_1"}, .ip = "2", .mask = "n", .snmp = 1},
+        {.what = "another device",          .devices = {"other"}},
+        {.what = "LAN",                     .devices = {"wired0"}},
+        {.what = "the LED fails",           .led = -1},
+        {.what = "LAN without LED",         .devices = {"wired0"}, .led = 0},
+        {.what = "LAN with a LED",          .devices = {"wired0"}},
+        {.what = "nothing without LED",     .led = 0},
+        {.what = "modem after the boot",    .devices = {"cell_1_0"}, .seconds = "999.99 1\n"},
+        {.what = "long reason, no uptime",  .devices = {"cell_1_1"}, .seconds = "none", .line = std::string(70, 'x')},
+        {.what = "short reason",            .devices = {"cell_1_0"}, .seconds = "0.5 1\n", .line = "1234567"},
+        {.what = "no reason",               .devices = {"cell_1_0"}, .seconds = "0.5 1\n", .line = "none"},
+        {.what = "SNMP off",                .devices = {"cell_1_0"}, .targets = 2},
+        {.what = "no targets",              .devices = {"cell_1_0"}, .snmp = 1, .targets = 0},
+        {.what = "the first that is read",  .devices = {"cell_1_0"}, .ip = "1", .snmp = 1, .targets = 2},
+        {.what = "no modem",                .ip = "2", .snmp = 1},
+        {.what = "SNMP off again",          .devices = {"cell_1_1"}, .ip = "2"},
+        {.what = "an address",              .devices = {"cell_1_1"}, .ip = "2", .snmp = 1},
+        {.what = "a mask, two modems",      .devices = {"cell_1_0", "cell_1_1"}, .ip = "2", .mask = "n", .snmp = 1},
         {.what = "nothing in the file",     .devices = {"cell_1_0"}, .ip = "", .snmp = 1}, // still what was read last
         {.what = "no address file",         .devices = {"cell_1_0"}, .ip = "none", .snmp = 1},
         {.what = "no mask file",            .devices = {"cell_1_0"}, .ip = "5", .mask = "none", .snmp = 1},
@@ -201,20 +201,13 @@ TEST_F(Monitor, TellsEachChangeOnce)
 
 TEST_F(Monitor, LetsThePhyFollowTheMedia)
 {
-    const struct {
-        int media;
-        const char *status;
-        int mac, pcs; // after how many seconds the links come up
-    } cycles[] = {
-        {1, "400\n", 0,   0  },
-        {0, "400\n", 119, 238},
-        {0, "3ff\n", 0,   0  },
-        {0, "0xc00", 999, 999},
-        {2, "400\n", 0,   999},
-        {1, "400\n", 0,   0  },
-        {0, "\n400", 120, 240},
-        {1, "400\n", 120, 999},
+    // The links come up after `mac` and `pcs` seconds.
+    // clang-format off
+    const struct { int media; const char *status; int mac, pcs; } cycles[] = {
+        {1, "400\n", 0, 0}, {0, "400\n", 119, 238}, {0, "3ff\n", 0,   0},   {0, "0xc00", 999, 999}, {2, "400\n", 0, 999},
+        {1, "400\n", 0, 0}, {0, "\n400", 120, 240}, {1, "400\n", 120, 999},
     };
+    // clang-format on
     write_file("/etc/board_id", "1");
     ASSERT_TRUE(start_monitor(state));
     registers = {

@@ -154,13 +154,11 @@ TEST_F(Providers, AnswerTheMib)
 {
     outcomes.ready = 0;
     ask(tarvo_if_mib_get_object, {{number(1)}});
-    row_after(0);
-    row_after(1);
-    row_after(2);
-    row_after(INT32_MAX);
+    for (const std::int32_t index : {0, 1, 2, INT32_MAX})
+        row_after(index);
     ask(tarvo_if_mib_get_next, {}, 1);
-    ask(tarvo_if_mib_get_elem, {{tag(0x77b93217)}});
-    ask(tarvo_if_mib_get_elem, {{tag(1)}});
+    for (const std::uint32_t leaf : {0x77b93217, 1})
+        ask(tarvo_if_mib_get_elem, {{tag(leaf)}});
     g_logger_p = &g_logger;
     outcomes.reply = -1;
     for (const std::int32_t index : {2, 3, 0, INT32_MIN})
