@@ -12,6 +12,7 @@ class GatewayTest(unittest.TestCase):
         self.addCleanup(self.gw.close)
 
     def test_address_and_refusals(self):
+        self.assertIn('Connection refused', self.gw.cli('show', 'configuration', check=False).stderr)
         gw = self.gw.up()
         gw.commit(f'set {LAN} ip 10.1.1.1', f'set {LAN} mask 255.255.255.0')
         self.assertEqual(gw.script_calls()[-1], '2 0 0 0 10.1.1.1 255.255.255.0')
@@ -32,15 +33,6 @@ class GatewayTest(unittest.TestCase):
         self.assertEqual(gw.script_calls(), calls)
         gw.commit(f'delete {LAN}')
         self.assertEqual(gw.script_calls()[-1], '2 0 0 0 192.168.1.1 255.255.255.0', 'the default')
-
-    def test_no_agent(self):
-        done = self.gw.cli('show', 'configuration', check=False)
-        self.assertEqual(done.returncode, 1)
-        self.assertIn('Connection refused', done.stderr)
-        daemon = self.gw.start('tarvod', '-f', '1')
-        self.assertEqual(daemon.wait(timeout=20), 1)
-        self.assertIn('Failed to connect to confd', self.gw.log())
-        self.assertEqual(self.gw.cli('no-such-command', check=False).returncode, 2)
 
     def test_detached_daemon_works_as_the_foreground_one(self):
         gw = self.gw
