@@ -22,7 +22,7 @@ class MonitorTest(unittest.TestCase):
             watcher = subprocess.Popen([BIN / 'gwcli', 'watch', 'traps', '--json'], stdout=file)
         self.addCleanup(watcher.wait)
         self.addCleanup(watcher.kill)
-        time.sleep(0.3)
+        wait_for('the watcher', lambda: self.lab.status().count('gwcli') == 2)
         return lambda: [(trap['name'], [value['value'] for value in trap['values']])
                         for trap in map(json.loads, out.read_text().splitlines())]
 
@@ -41,7 +41,9 @@ class MonitorTest(unittest.TestCase):
         reason = ('kvrRebootReason', ['power loss\\x0a'])
         wait_for('the reason', lambda: traps() == [reason], 5)
         self.lab.labctl('uptime', '1000')
+        before = self.lab.pid('tarvod')
         self.lab.labctl('kill', 'daemon', 'KILL')
-        wait_for('another daemon', lambda: 'tarvod' in self.lab.status() and 'in step' in self.lab.status())
+        wait_for('another daemon', lambda: self.lab.pid('tarvod') not in (0, before))
+        self.lab.in_step()
         time.sleep(18 / 10 + 2 * CYCLES)
         self.assertEqual(traps(), [reason], 'too long after the boot')
