@@ -22,17 +22,17 @@ struct Read {
 using ReadPtr = std::shared_ptr<Read>;
 
 // Containers without content are left out, except one that was asked for.
-Nodes joined(const Read &read)
+Nodes joined(Read &read)
 {
     Nodes all;
-    for (const Nodes &piece : read.pieces) {
-        for (const proto::TreeNode &node : piece) {
+    for (Nodes &piece : read.pieces) {
+        for (proto::TreeNode &node : piece) {
             const bool is_empty = node.kind == proto::NodeKind::end && !all.empty() &&
                                   all.back().kind == proto::NodeKind::container && !(read.keep_root && all.size() == 1);
             if (is_empty) {
                 all.pop_back();
             } else {
-                all.push_back(node);
+                all.push_back(std::move(node));
             }
         }
     }

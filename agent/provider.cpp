@@ -22,6 +22,8 @@ using Keys = std::vector<proto::Value>;
 // These providers answer for an entry from what the last walk left, so an entry is read by a whole walk.
 constexpr std::array<std::string_view, 2> walked_whole = {"dhcp_binding", "pat_cp"};
 
+constexpr std::uint16_t rows_at_once = 512; // of one answer, where rows need no calls of their own
+
 struct Fetch {
     Agent &agent;
     Wanted wanted;
@@ -33,43 +35,45 @@ struct Fetch {
     std::chrono::steady_clock::time_point deadline;
     std::set<std::string> seen;
     std::size_t rows = 0;
-    std::size_t open_rows = 0; // asked for and not answered
-    bool ended = false;        // no more keys will come
 };
 using FetchPtr = std::shared_ptr<Fetch>;
 
-// Of a reply: what went wrong, or empty.
-using WithReply = std::function<void(const proto::DataReply &, const std::string &failure)>;
-using WithRow = std::function<void(const RowCells &, bool found)>;
+using Replies = std::vector<proto::DataReply>;                                // at least one, unless they are a failure
+using WithReplies = std::function<void(Replies, const std::string &failure)>; // what went wrong, or empty
+using WithRow = std::function<void(RowCells, bool found)>;
 
 bool can(const Fetch &fetch, DataCall call)
 {
     return (fetch.calls & (1U << static_cast<unsigned>(call))) != 0;
 }
 
-void send(const Fetch &fetch, DataCall which, proto::KeyPath path, std::int64_t next, Keys keys, WithReply then)
+void send(const Fetch &fetch, const proto::CallData &call, WithReplies then)
 {
-    const proto::CallData call{fetch.wanted.callpoint, which, std::move(path), next, std::move(keys)};
     call_peer(fetch.agent, fetch.peer, proto::Op::call_data, proto::encode(call), provider_limit,
-              [then = std::move(then)](const Answer &reply) {
-                  proto::DataReply data;
-                  if (!reply.ok) {
-                      then(data, reply.error.text);
-                  } else if (!proto::decode(reply.payload, &data)) {
-                      then(data, "the provider's answer cannot be read");
-                  } else if (data.kind == DataKind::failed) {
-                      then(data, data.text.empty() ? "the provider reported failure" : proto::printable(data.text));
+              [then = std::move(then)](const Answer &answer) {
+                  proto::DataReplies replies;
+                  if (!answer.ok) {
+                      then({}, answer.error.text);
+                  } else if (!proto::decode(answer.payload, &replies) || replies.list.empty()) {
+                      then({}, "the provider's answer cannot be read");
                   } else {
-                      then(data, "");
+                      then(std::move(replies.list), "");
                   }
               });
 }
 
-// The provider is free for the next; this read is over, once the last row is there.
+// What the reply says of its own failure, or that it is of no kind that fits the call.
+std::string failure_of(const proto::DataReply &reply, bool fits)
+{
+    if (reply.kind == DataKind::failed) {
+        return reply.text.empty() ? "the provider reported failure" : proto::printable(reply.text);
+    }
+    return fits ? "" : "the provider answered with something else";
+}
+
+// The provider is free for the next; this read is over.
 void finish(const FetchPtr &fetch)
 {
-    fetch->ended = true;
-    if (fetch->open_rows > 0) return;
     std::deque<QueuedWalk> &waiting = fetch->agent.providers.busy[fetch->wanted.callpoint];
     if (waiting.empty()) {
         fetch->agent.providers.busy.erase(fetch->wanted.callpoint);
@@ -85,6 +89,15 @@ void finish_failed(const FetchPtr &fetch, const std::string &why)
 {
     fetch->out.push_back(error_mark(fetch->wanted.row->name, why));
     finish(fetch);
+}
+
+proto::CallData call_of(const Fetch &fetch, DataCall which, proto::KeyPath path)
+{
+    proto::CallData call;
+    call.callpoint = fetch.wanted.callpoint;
+    call.call = which;
+    call.path = std::move(path);
+    return call;
 }
 
 proto::KeyPath path_to(const Fetch &fetch, const lysc_node *node, const Keys &keys)
@@ -109,41 +122,59 @@ void read_leaves(const FetchPtr &fetch, const Keys &keys, WithRow then)
     const auto open = std::make_shared<std::size_t>(leaves.size());
     const auto when_all = std::make_shared<WithRow>(std::move(then));
     for (const lysc_node *leaf : leaves) {
-        send(*fetch, DataCall::get_elem, path_to(*fetch, leaf, keys), -1, {},
-             [fetch, row, open, when_all, leaf](const proto::DataReply &reply, const std::string &failure) {
-                 if (!failure.empty()) {
-                     row->cells[leaf] = {true, {failure}};
-                 } else if (reply.kind == DataKind::value) {
-                     row->cells[leaf] = cell_of(leaf, reply.value);
-                 } else if (reply.kind != DataKind::not_found) {
-                     row->cells[leaf] = {true, {"the provider answered with something else"}};
+        send(*fetch, call_of(*fetch, DataCall::get_elem, path_to(*fetch, leaf, keys)),
+             [row, open, when_all, leaf](const Replies &replies, const std::string &failure) {
+                 const DataKind kind = failure.empty() ? replies.front().kind : DataKind::failed;
+                 const bool fits = kind == DataKind::value || kind == DataKind::not_found;
+                 const std::string why = failure.empty() ? failure_of(replies.front(), fits) : failure;
+                 if (!why.empty()) {
+                     row->cells[leaf] = {true, {why}};
+                 } else if (kind == DataKind::value) {
+                     row->cells[leaf] = cell_of(leaf, replies.front().value);
                  }
                  if (--*open == 0) (*when_all)(*row, !row->cells.empty());
              });
     }
 }
 
+// False: the provider has no such entry.
+bool take_object(const Fetch &fetch, const proto::DataReply &reply, RowCells *row)
+{
+    const bool fits = reply.kind == DataKind::object || reply.kind == DataKind::not_found;
+    const std::string why = failure_of(reply, fits);
+    if (!why.empty()) row->marks.push_back(error_mark(fetch.wanted.row->name, why));
+    if (!why.empty()) return true;
+    if (reply.kind == DataKind::not_found || reply.values.empty()) return false;
+    *row = cells_of(*fetch.agent.models, fetch.wanted.row, reply.values);
+    return true;
+}
+
 void read_object(const FetchPtr &fetch, const Keys &keys, WithRow then)
 {
-    send(*fetch, DataCall::get_object, path_to(*fetch, fetch->wanted.row, keys), -1, {},
-         [fetch, then = std::move(then)](const proto::DataReply &reply, const std::string &failure) {
+    send(*fetch, call_of(*fetch, DataCall::get_object, path_to(*fetch, fetch->wanted.row, keys)),
+         [fetch, then = std::move(then)](const Replies &replies, const std::string &failure) {
              RowCells row;
-             const bool object = reply.kind == DataKind::object && !reply.values.empty();
-             if (failure.empty() && object) row = cells_of(*fetch->agent.models, fetch->wanted.row, reply.values);
-             const bool wrong = !object && reply.kind != DataKind::not_found && reply.kind != DataKind::object;
-             const std::string why = !failure.empty() ? failure
-                                     : wrong          ? "the provider answered with something else"
-                                                      : "";
-             if (!why.empty()) row.marks.push_back(error_mark(fetch->wanted.row->name, why));
-             then(row, object || !why.empty());
+             bool found = true;
+             if (failure.empty()) {
+                 found = take_object(*fetch, replies.front(), &row);
+             } else {
+                 row.marks.push_back(error_mark(fetch->wanted.row->name, failure));
+             }
+             then(std::move(row), found);
          });
+}
+
+// Whether rows are read whole. A leaf alone is asked for alone, where the provider can.
+bool by_object(const Fetch &fetch)
+{
+    const lysc_node *only = fetch.wanted.only;
+    const bool one_leaf = only != nullptr && only->nodetype != LYS_CONTAINER && !lysc_is_key(only);
+    return can(fetch, DataCall::get_object) && !(one_leaf && can(fetch, DataCall::get_elem));
 }
 
 void read_row(const FetchPtr &fetch, const Keys &keys, WithRow then)
 {
-    const lysc_node *only = fetch->wanted.only;
-    const bool one_leaf = only != nullptr && only->nodetype != LYS_CONTAINER && !lysc_is_key(only);
-    if (can(*fetch, DataCall::get_object) && !(one_leaf && can(*fetch, DataCall::get_elem))) {
+    if (by_object(*fetch)) {
         read_object(fetch, keys, std::move(then));
     } else if (can(*fetch, DataCall::get_elem)) {
         read_leaves(fetch, keys, std::move(then));
@@ -218,53 +249,6 @@ bool is_wanted(const Fetch &fetch, const std::vector<std::string> &texts)
     return fetch.wanted.key_texts.empty() || fetch.wanted.key_texts == texts;
 }
 
-void walk_keys(const FetchPtr &fetch, std::int64_t next);
-
-void got_key(const FetchPtr &fetch, const proto::DataReply &reply)
-{
-    std::vector<std::string> texts;
-    std::string why;
-    if (!texts_of(*fetch, reply.keys, &texts, &why) || !take_key(*fetch, texts, &why)) {
-        finish_failed(fetch, why);
-        return;
-    }
-    const bool single = !fetch->wanted.key_texts.empty();
-    if (!is_wanted(*fetch, texts)) {
-        reply.next >= 0 ? walk_keys(fetch, reply.next) : finish(fetch);
-        return;
-    }
-    fetch->open_rows++;
-    read_row(fetch, reply.keys, [fetch, texts](const RowCells &row, bool found) {
-        fetch->open_rows--;
-        if (found) write_entry(*fetch, texts, row);
-        if (fetch->ended) finish(fetch);
-    });
-    // The next key is asked for without waiting for the row, which halves the waiting. The provider sees the same calls
-    // in the same order.
-    reply.next < 0 || single ? finish(fetch) : walk_keys(fetch, reply.next);
-}
-
-void walk_keys(const FetchPtr &fetch, std::int64_t next)
-{
-    send(*fetch, DataCall::get_next, path_to(*fetch, fetch->wanted.row, {}), next, {},
-         [fetch](const proto::DataReply &reply, const std::string &failure) {
-             const bool ended = (reply.kind == DataKind::next_key && reply.keys.empty()) ||
-                                (reply.kind == DataKind::next_object && reply.values.empty()) ||
-                                reply.kind == DataKind::not_found;
-             if (!failure.empty()) {
-                 finish_failed(fetch, failure);
-             } else if (ended) {
-                 finish(fetch);
-             } else if (reply.kind != DataKind::next_key) {
-                 finish_failed(fetch, "the provider answered with something else");
-             } else {
-                 got_key(fetch, reply);
-             }
-         });
-}
-
-void walk_objects(const FetchPtr &fetch, DataCall which, std::int64_t next, const Keys &after);
-
 // The keys of a row are among its values.
 Keys keys_in(const Fetch &fetch, const std::vector<proto::TagValue> &values)
 {
@@ -278,44 +262,97 @@ Keys keys_in(const Fetch &fetch, const std::vector<proto::TagValue> &values)
     return keys;
 }
 
-void got_object(const FetchPtr &fetch, const proto::DataReply &reply)
+// Where a walk stands: the call that goes on after the row with these keys.
+struct Place {
+    DataCall call = DataCall::get_next;
+    std::int64_t next = -1;
+    Keys keys;
+};
+
+// A walk for one entry reads keys as far as it can, and then the entry itself.
+bool is_single(const Fetch &fetch)
 {
-    const Keys keys = keys_in(*fetch, reply.values);
-    std::vector<std::string> texts;
-    std::string why;
-    if (!texts_of(*fetch, keys, &texts, &why) || !take_key(*fetch, texts, &why)) {
-        finish_failed(fetch, why);
-        return;
-    }
-    const bool single = !fetch->wanted.key_texts.empty();
-    const bool wanted = is_wanted(*fetch, texts);
-    if (wanted) write_entry(*fetch, texts, cells_of(*fetch->agent.models, fetch->wanted.row, reply.values));
-    const bool more = !(wanted && single);
-    if (more && reply.next >= 0) {
-        walk_objects(fetch, DataCall::get_next_object, reply.next, {});
-    } else if (more && can(*fetch, DataCall::find_next_object)) {
-        walk_objects(fetch, DataCall::find_next_object, -1, keys);
+    return !fetch.wanted.key_texts.empty();
+}
+
+bool walks_with_objects(const Fetch &fetch, DataCall call)
+{
+    return call == DataCall::get_next && !is_single(fetch) && by_object(fetch);
+}
+
+void walk(const FetchPtr &fetch, const Place &place);
+
+void walk_on(const FetchPtr &fetch, const Place &place)
+{
+    if (place.next >= 0) {
+        walk(fetch, {place.call == DataCall::get_next ? place.call : DataCall::get_next_object, place.next, {}});
+    } else if (place.call != DataCall::get_next && can(*fetch, DataCall::find_next_object)) {
+        walk(fetch, {DataCall::find_next_object, -1, place.keys});
     } else {
         finish(fetch);
     }
 }
 
-void walk_objects(const FetchPtr &fetch, DataCall which, std::int64_t next, const Keys &after)
+// The row of a key that came alone.
+void read_row_of(const FetchPtr &fetch, const Place &place, const std::vector<std::string> &texts)
 {
-    send(*fetch, which, path_to(*fetch, fetch->wanted.row, {}), next, after,
-         [fetch](const proto::DataReply &reply, const std::string &failure) {
-             const bool ended =
-                 reply.kind == DataKind::not_found || (reply.kind == DataKind::next_object && reply.values.empty());
-             if (!failure.empty()) {
-                 finish_failed(fetch, failure);
-             } else if (ended) {
-                 finish(fetch);
-             } else if (reply.kind != DataKind::next_object) {
-                 finish_failed(fetch, "the provider answered with something else");
-             } else {
-                 got_object(fetch, reply);
-             }
-         });
+    read_row(fetch, place.keys, [fetch, place, texts](RowCells row, bool found) {
+        if (found) write_entry(*fetch, texts, std::move(row));
+        is_single(*fetch) ? finish(fetch) : walk_on(fetch, place);
+    });
+}
+
+bool end_with(const FetchPtr &fetch, const std::string &why)
+{
+    why.empty() ? finish(fetch) : finish_failed(fetch, why);
+    return false;
+}
+
+// The next row of an answer. False: the read is over, or goes on by itself.
+bool take_row(const FetchPtr &fetch, const Replies &replies, std::size_t *at, Place *place)
+{
+    const bool by_key = place->call == DataCall::get_next;
+    const proto::DataReply &reply = replies[(*at)++];
+    const bool fits = reply.kind == (by_key ? DataKind::next_key : DataKind::next_object);
+    std::string why = failure_of(reply, fits || reply.kind == DataKind::not_found);
+    if (!why.empty() || !fits || (by_key ? reply.keys.empty() : reply.values.empty())) return end_with(fetch, why);
+    place->next = reply.next;
+    place->keys = by_key ? reply.keys : keys_in(*fetch, reply.values);
+    std::vector<std::string> texts;
+    if (!texts_of(*fetch, place->keys, &texts, &why) || !take_key(*fetch, texts, &why)) return end_with(fetch, why);
+    if (!is_wanted(*fetch, texts)) return true;
+    if (by_key && !walks_with_objects(*fetch, place->call)) {
+        read_row_of(fetch, *place, texts);
+        return false;
+    }
+    if (by_key && *at == replies.size()) return end_with(fetch, "the provider's answer ends before the row");
+    RowCells row;
+    if (!by_key) row = cells_of(*fetch->agent.models, fetch->wanted.row, reply.values);
+    if (!by_key || take_object(*fetch, replies[(*at)++], &row)) write_entry(*fetch, texts, std::move(row));
+    return is_single(*fetch) ? end_with(fetch, "") : true;
+}
+
+// Asks for many rows at once where no more is needed for each than one answer can hold.
+void walk(const FetchPtr &fetch, const Place &place)
+{
+    proto::CallData call = call_of(*fetch, place.call, path_to(*fetch, fetch->wanted.row, {}));
+    call.next = place.next;
+    call.keys = place.keys;
+    call.objects = walks_with_objects(*fetch, place.call);
+    const bool row_by_row = place.call == DataCall::get_next && !call.objects && !is_single(*fetch);
+    call.rows = row_by_row ? 1 : rows_at_once;
+    send(*fetch, call, [fetch, which = place.call](const Replies &replies, const std::string &failure) {
+        if (!failure.empty()) {
+            finish_failed(fetch, failure);
+            return;
+        }
+        Place reached = {which, -1, {}};
+        std::size_t at = 0;
+        while (at < replies.size()) {
+            if (!take_row(fetch, replies, &at, &reached)) return;
+        }
+        walk_on(fetch, reached);
+    });
 }
 
 void read_container(const FetchPtr &fetch)
@@ -348,9 +385,9 @@ void run(const FetchPtr &fetch)
             finish(fetch);
         });
     } else if (can(*fetch, DataCall::get_next_object)) {
-        walk_objects(fetch, DataCall::get_next_object, -1, {});
+        walk(fetch, {DataCall::get_next_object, -1, {}});
     } else if (can(*fetch, DataCall::get_next)) {
-        walk_keys(fetch, -1);
+        walk(fetch, {DataCall::get_next, -1, {}});
     } else {
         finish_failed(fetch, "the provider cannot list its entries");
     }

@@ -116,7 +116,7 @@ void serve(Peer peer)
         if (message.op == Op::deliver) send_message(peer, Op::reply, message.id, encode(Status{}));
         if (message.op != Op::call_data || !decode(message.payload, &call)) continue;
         const std::int64_t wanted = call.call == DataCall::get_next_object ? 1 : call.keys.at(0).number + 1;
-        send_message(peer, Op::reply, message.id, encode(row_from_memory(wanted)));
+        send_message(peer, Op::reply, message.id, encode(DataReplies{{row_from_memory(wanted)}}));
     }
 }
 

@@ -20,7 +20,7 @@ DataReply row_of(int leaves)
 
 void encode_row(benchmark::State &state)
 {
-    const DataReply row = row_of(30);
+    const DataReplies row{{row_of(30)}};
     while (state.KeepRunning())
         benchmark::DoNotOptimize(make_frame(Op::reply, 1, encode(row)));
 }
@@ -28,11 +28,11 @@ BENCHMARK(encode_row);
 
 void decode_row(benchmark::State &state)
 {
-    const std::string stream = make_frame(Op::reply, 1, encode(row_of(30)));
+    const std::string stream = make_frame(Op::reply, 1, encode(DataReplies{{row_of(30)}}));
     while (state.KeepRunning()) {
         Frame frame;
         std::size_t used = 0;
-        DataReply row;
+        DataReplies row;
         if (next_frame(stream, &frame, &used) != Parse::complete || !decode(frame.payload, &row)) abort();
         benchmark::DoNotOptimize(row);
     }

@@ -114,7 +114,7 @@ void serve(Peer peer)
         CallData call;
         if (message.op == Op::deliver) send_message(peer, Op::reply, message.id, encode(Status{}));
         if (message.op != Op::call_data || !decode(message.payload, &call)) continue;
-        send_message(peer, Op::reply, message.id, encode(answer_to(call)));
+        send_message(peer, Op::reply, message.id, encode(DataReplies{{answer_to(call)}}));
     }
 }
 

@@ -48,11 +48,10 @@ void harvest_below(const Node &parent, const std::string &path, bool leading, Yi
     const auto keys = std::count_if(parent.children.begin(), parent.children.end(), is_key);
     leading = leading && keys + 1 == std::ssize(parent.children);
     for (const Node &node : parent.children) {
-        const std::string here = path + step_of(node);
-        if (is(node, proto::NodeKind::error_mark)) yield->marks.push_back({here, node.data->text});
+        if (is(node, proto::NodeKind::error_mark)) yield->marks.push_back({path + step_of(node), node.data->text});
         const bool value = is(node, proto::NodeKind::leaf) || is(node, proto::NodeKind::item);
         if (value && !(leading && node.data->is_key)) yield->values++;
-        harvest_below(node, here, leading, yield);
+        if (!node.children.empty()) harvest_below(node, path + step_of(node), leading, yield);
     }
 }
 

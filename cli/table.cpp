@@ -9,18 +9,20 @@ namespace cli {
 namespace {
 
 constexpr std::size_t gap = 2;
+constexpr const char *blanks = " \t\r\n";
 
-std::string cell(const std::string &text)
+std::string cell(std::string_view text)
 {
-    std::string trimmed = text;
-    trim_right(&trimmed);
-    return trimmed.empty() ? "-" : proto::printable(trimmed);
+    text.remove_suffix(text.size() - (text.find_last_not_of(blanks) + 1));
+    return text.empty() ? "-" : proto::printable(text);
 }
 
-std::string padded(const std::string &text, std::size_t width, bool right)
+void append_padded(const std::string &text, std::size_t width, bool right, std::string *out)
 {
-    const std::string pad(width - std::min(width, display_width(text)), ' ');
-    return right ? pad + text : text + pad;
+    const std::size_t pad = width - std::min(width, display_width(text));
+    if (right) out->append(pad, ' ');
+    out->append(text);
+    if (!right) out->append(pad, ' ');
 }
 
 std::string line_of(const Row &row, const std::vector<Heading> &headings, const std::vector<std::size_t> &widths)
@@ -28,7 +30,7 @@ std::string line_of(const Row &row, const std::vector<Heading> &headings, const 
     std::string line;
     for (std::size_t i = 0; i < headings.size(); i++) {
         if (i > 0) line.append(gap, ' ');
-        line += padded(row[i], widths[i], headings[i].right);
+        append_padded(row[i], widths[i], headings[i].right, &line);
     }
     trim_right(&line);
     return line + "\n";
@@ -38,7 +40,7 @@ std::string line_of(const Row &row, const std::vector<Heading> &headings, const 
 
 void trim_right(std::string *text)
 {
-    text->erase(text->find_last_not_of(" \t\r\n") + 1);
+    text->erase(text->find_last_not_of(blanks) + 1);
 }
 
 std::size_t display_width(std::string_view text)
@@ -74,8 +76,11 @@ std::string fields(const std::vector<Field> &list, std::size_t indent)
     for (const Field &field : list)
         width = std::max(width, display_width(field.name));
     std::string out;
-    for (const Field &field : list)
-        out += std::string(indent, ' ') + padded(field.name, width + gap, false) + cell(field.value) + "\n";
+    for (const Field &field : list) {
+        out.append(indent, ' ');
+        append_padded(field.name, width + gap, false, &out);
+        out += cell(field.value) + "\n";
+    }
     return out;
 }
 

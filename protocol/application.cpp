@@ -72,12 +72,17 @@ template <typename Io, Is<CallAction> R> void fields(Io &f, R &r)
 
 template <typename Io, Is<CallData> R> void fields(Io &f, R &r)
 {
-    io(f, r.callpoint, r.call, r.path, r.next, r.keys);
+    io(f, r.callpoint, r.call, r.path, r.next, r.keys, r.rows, r.objects);
 }
 
 template <typename Io, Is<DataReply> R> void fields(Io &f, R &r)
 {
     io(f, r.kind, r.value, r.next, r.keys, r.values, r.text);
+}
+
+template <typename Io, Is<DataReplies> R> void fields(Io &f, R &r)
+{
+    io(f, r.list);
 }
 
 GW_PROTOCOL_CODEC(Register)
@@ -89,6 +94,11 @@ GW_PROTOCOL_CODEC(Status)
 GW_PROTOCOL_CODEC(CallValidate)
 GW_PROTOCOL_CODEC(CallAction)
 GW_PROTOCOL_CODEC(CallData)
-GW_PROTOCOL_CODEC(DataReply)
+GW_PROTOCOL_CODEC(DataReplies)
+
+std::string encode(const DataReply &record)
+{
+    return encode_record(record);
+}
 
 } // namespace proto

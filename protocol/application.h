@@ -95,12 +95,16 @@ struct CallAction { // call_action
     std::vector<TagValue> values;
 };
 
-struct CallData { // call_data, answered by a DataReply
+struct CallData { // call_data, answered by DataReplies
     std::string callpoint;
     DataCall call = DataCall::get_elem;
     KeyPath path;
     std::int64_t next = -1;  // get_next, get_next_object
     std::vector<Value> keys; // find_next_object: the entry after this one is wanted
+    // get_next, get_next_object: the application goes on with the `next` that its provider gives, up to so many rows;
+    // it stops earlier when they are many bytes or take long.
+    std::uint16_t rows = 1;
+    bool objects = false; // get_next: each key is followed by the get_object of its row
 };
 
 enum class DataKind : std::uint8_t { not_found = 1, value = 2, next_key = 3, object = 4, next_object = 5, failed = 6 };
@@ -112,6 +116,10 @@ struct DataReply {
     std::vector<Value> keys;      // next_key: none ends the list
     std::vector<TagValue> values; // object, next_object: none ends the list
     std::string text;             // failed: why
+};
+
+struct DataReplies { // of the calls that were made, in their order
+    std::vector<DataReply> list;
 };
 
 std::string encode(const Register &record);
@@ -132,8 +140,9 @@ std::string encode(const CallAction &record);
 bool decode(std::string_view payload, CallAction *record);
 std::string encode(const CallData &record);
 bool decode(std::string_view payload, CallData *record);
-std::string encode(const DataReply &record);
-bool decode(std::string_view payload, DataReply *record);
+std::string encode(const DataReply &record); // alone it never travels; this gives its size
+std::string encode(const DataReplies &record);
+bool decode(std::string_view payload, DataReplies *record);
 
 } // namespace proto
 

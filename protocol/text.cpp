@@ -177,6 +177,8 @@ std::size_t utf8_length(std::string_view s)
 
 std::string printable(std::string_view text)
 {
+    const auto plain = [](char c) { return c >= 0x20 && c < 0x7f; };
+    if (std::all_of(text.begin(), text.end(), plain)) return std::string(text);
     std::string out;
     while (!text.empty()) {
         const auto byte = static_cast<std::uint8_t>(text[0]);

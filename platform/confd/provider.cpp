@@ -25,16 +25,15 @@ Transaction *transaction_of(confd_trans_ctx *handle)
     return reinterpret_cast<Transaction *>(handle);
 }
 
-// Encoded at once: what the values point to may be gone when the callback returns.
-int keep_reply(confd_trans_ctx *handle, const DataReply &reply)
+int keep_reply(confd_trans_ctx *handle, DataReply reply)
 {
     Transaction *transaction = transaction_of(handle);
     if (transaction->replied) return fail(CONFD_ERR_USAGE, "this call was answered already");
-    std::string bytes = encode(reply);
-    if (!proto::fits_frame(bytes.size())) {
-        return fail(CONFD_ERR_USAGE, "an answer of %zu bytes is too long", bytes.size());
+    transaction->bytes = encode(reply).size();
+    if (transaction->bytes > max_answer) {
+        return fail(CONFD_ERR_USAGE, "an answer of %zu bytes is too long", transaction->bytes);
     }
-    transaction->reply = std::move(bytes);
+    transaction->reply = std::move(reply);
     transaction->replied = true;
     return CONFD_OK;
 }
@@ -49,7 +48,7 @@ int reply_object(confd_trans_ctx *tctx, DataKind kind, const confd_tag_value_t *
     DataReply reply;
     reply.kind = kind;
     reply.next = next;
-    return from_c(tvs, n, &reply.values) ? keep_reply(tctx, reply) : bad_value();
+    return from_c(tvs, n, &reply.values) ? keep_reply(tctx, std::move(reply)) : bad_value();
 }
 
 const confd_data_cbs *find_callbacks(const DaemonContext &context, const std::string &name)
@@ -88,31 +87,73 @@ bool run_callback(const confd_data_cbs &cbs, const proto::CallData &call, confd_
     return false;
 }
 
-std::string failure(const std::string &text)
+DataReply failure(const std::string &text)
 {
     DataReply reply;
     reply.kind = DataKind::failed;
     reply.text = text;
-    return encode(reply);
+    return reply;
 }
 
-} // namespace
-
-std::string answer_call(DaemonContext *context, const proto::CallData &call)
+DataReply call_once(DaemonContext *context, const confd_data_cbs &cbs, const proto::CallData &call, std::size_t *bytes)
 {
-    const confd_data_cbs *cbs = find_callbacks(*context, call.callpoint);
-    if (!cbs) return failure("callpoint " + call.callpoint + " is not served here");
     Arena arena;
     confd_hkeypath_t path;
     if (!to_c(call.path, &arena, &path)) return failure("the path is too deep");
     Transaction transaction;
     transaction.handle.dx = &context->handle;
     transaction.call = call.call;
-    if (!run_callback(*cbs, call, &transaction.handle, &arena, &path)) {
+    if (!run_callback(cbs, call, &transaction.handle, &arena, &path)) {
         return failure("callpoint " + call.callpoint + " does not serve this call");
     }
+    *bytes += transaction.bytes;
     if (transaction.replied) return std::move(transaction.reply);
     return failure(transaction.text.empty() ? "the provider did not answer" : transaction.text);
+}
+
+// The call for the entry with these keys of the list that is walked.
+proto::CallData object_call(const proto::CallData &walk, const std::vector<proto::Value> &keys)
+{
+    proto::CallData call = {walk.callpoint, DataCall::get_object, walk.path, -1, {}, 1, false};
+    proto::PathElement entry;
+    entry.is_keys = true;
+    entry.keys = keys;
+    call.path.insert(call.path.begin(), std::move(entry));
+    return call;
+}
+
+bool is_row(const DataReply &reply)
+{
+    return reply.kind == DataKind::next_key ? !reply.keys.empty()
+                                            : reply.kind == DataKind::next_object && !reply.values.empty();
+}
+
+// A walk pauses between rows, so what a row adds still has to fit.
+static_assert(walk_bytes + 2 * max_answer + 1024 <= proto::max_frame);
+
+} // namespace
+
+proto::DataReplies answer_call(DaemonContext *context, const proto::CallData &call)
+{
+    const confd_data_cbs *cbs = find_callbacks(*context, call.callpoint);
+    if (!cbs) return {{failure("callpoint " + call.callpoint + " is not served here")}};
+    const auto pause = std::chrono::steady_clock::now() + walk_turn;
+    proto::DataReplies replies;
+    proto::CallData step = call;
+    std::size_t bytes = 0;
+    for (unsigned row = 1;; row++) {
+        DataReply reply = call_once(context, *cbs, step, &bytes);
+        step.next = is_row(reply) ? reply.next : -1;
+        const bool wants_object = call.objects && is_row(reply);
+        replies.list.push_back(std::move(reply));
+        if (wants_object) {
+            const proto::CallData object = object_call(step, replies.list.back().keys);
+            replies.list.push_back(call_once(context, *cbs, object, &bytes));
+        }
+        const bool walks = call.call == DataCall::get_next || call.call == DataCall::get_next_object;
+        const bool is_last = !walks || step.next < 0 || row >= call.rows;
+        if (is_last || bytes > walk_bytes || std::chrono::steady_clock::now() > pause) return replies;
+    }
 }
 
 } // namespace confd
@@ -146,7 +187,7 @@ int confd_data_reply_value(struct confd_trans_ctx *tctx, const confd_value_t *v)
 {
     DataReply reply;
     reply.kind = DataKind::value;
-    return v && confd::from_c(*v, &reply.value) ? confd::keep_reply(tctx, reply) : confd::bad_value();
+    return v && confd::from_c(*v, &reply.value) ? confd::keep_reply(tctx, std::move(reply)) : confd::bad_value();
 }
 
 int confd_data_reply_not_found(struct confd_trans_ctx *tctx)
@@ -164,7 +205,8 @@ int confd_data_reply_next_key(struct confd_trans_ctx *tctx, const confd_value_t 
     DataReply reply;
     reply.kind = DataKind::next_key;
     reply.next = next;
-    return confd::from_c(v, v ? num_vals : 0, &reply.keys) ? confd::keep_reply(tctx, reply) : confd::bad_value();
+    return confd::from_c(v, v ? num_vals : 0, &reply.keys) ? confd::keep_reply(tctx, std::move(reply))
+                                                           : confd::bad_value();
 }
 
 int confd_data_reply_next_object_tag_value_array(struct confd_trans_ctx *tctx, const confd_tag_value_t *tvs, int n,

@@ -2,6 +2,8 @@
 #ifndef GW_PLATFORM_CONFD_PROVIDER_H
 #define GW_PLATFORM_CONFD_PROVIDER_H
 
+#include <chrono>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -20,12 +22,17 @@ struct Transaction {
     confd_trans_ctx handle;
     proto::DataCall call = proto::DataCall::get_elem;
     bool replied = false;
-    std::string reply; // the encoded DataReply
-    std::string text;  // of confd_trans_seterr
+    proto::DataReply reply;
+    std::size_t bytes = 0; // of the reply, on the wire
+    std::string text;      // of confd_trans_seterr
 };
 
-// The encoded answer to one call_data: what the callback replied, or a failure that says why there is nothing.
-std::string answer_call(DaemonContext *context, const proto::CallData &call);
+inline constexpr std::size_t max_answer = 256UL * 1024;  // bytes of one reply on the wire
+inline constexpr std::size_t walk_bytes = 64UL * 1024;   // a walk pauses, for others to be served, after so many bytes
+inline constexpr std::chrono::milliseconds walk_turn{2}; // or after this time
+
+// The replies of the callbacks that one call_data asks for. One that gives none counts as a failure that says why.
+proto::DataReplies answer_call(DaemonContext *context, const proto::CallData &call);
 
 } // namespace confd
 

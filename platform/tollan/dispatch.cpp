@@ -122,7 +122,7 @@ void take_action(Module *module, const proto::Frame &frame)
 void take_data_call(Module *module, const proto::Frame &frame)
 {
     proto::CallData call;
-    if (read_request(module, frame, &call)) answer(module, frame, confd::answer_call(&module->dx, call));
+    if (read_request(module, frame, &call)) answer(module, frame, encode(confd::answer_call(&module->dx, call)));
 }
 
 } // namespace

@@ -34,7 +34,7 @@ void check(std::string_view input)
     std::size_t used = 0;
     while (next_frame(input, &frame, &used) == Parse::complete) {
         round_trips<Hello, Get, Edit, Load, Commit, Complete, CdbStart, CdbPath, CdbSet, Register, Notify, Trap,
-                    Deliver, CallValidate, CallData, Event, Tree, DataReply, Error>(frame.payload);
+                    Deliver, CallValidate, CallData, Event, Tree, DataReplies, Error>(frame.payload);
         input.remove_prefix(used);
     }
 }

@@ -37,7 +37,7 @@ DELIVERIES = (POOL_DELIVERY, LIST, str(SCRIPT))
 LOST, LEFT, KILLED = (1, 'lost the agent'), 'the application has disconnected', (-9, '')
 OUTCOMES = {  # victim: the asker's status and what he reads when it dies in validation, in delivery and in a read
     'gw-agent': (LOST, LOST, LOST),
-    'tarvod': ((1, f'validate_dhcp_subnet_prefix: {LEFT}'), (0, 'warning: tarvod is away'), (0, '{0/0}: ' + LEFT)),
+    'tarvod': ((1, f'validate_dhcp_subnet_prefix: {LEFT}'), (0, 'warning: tarvod is away'), (1, LEFT)),
     'gwcli': (KILLED, KILLED, KILLED),
     'gw-snmp': ((0, ''), (0, ''), (0, 'GigabitEthernet 0/0')),
 }

@@ -49,6 +49,18 @@ void handle(Application &app, const proto::Deliver &call)
     }
 }
 
+// One row at a time, however many are asked for.
+proto::DataReplies provided(Application &app, proto::CallData call)
+{
+    app.calls.push_back(call.call);
+    proto::DataReplies replies{{app.provider(call)}};
+    if (!call.objects || replies.list[0].keys.empty()) return replies;
+    call.call = proto::DataCall::get_object;
+    app.calls.push_back(call.call);
+    replies.list.push_back(app.provider(call));
+    return replies;
+}
+
 void answer(Application &app, const Message &message)
 {
     proto::Status status;
@@ -61,8 +73,7 @@ void answer(Application &app, const Message &message)
     std::string payload = proto::encode(status);
     if (message.op == proto::Op::call_data) {
         const auto call = decoded<proto::CallData>(message);
-        app.calls.push_back(call.call);
-        payload = proto::encode(app.provider(call));
+        payload = proto::encode(provided(app, call));
     }
     send_bytes(app.peer, proto::make_frame(proto::Op::reply, message.id, payload));
 }

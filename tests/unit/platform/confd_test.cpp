@@ -204,9 +204,7 @@ proto::DataReply ask(DataCall call, Act callback, const char *callpoint = "point
     EXPECT_EQ(confd_register_data_cb(&context.handle, &cbs), CONFD_OK);
     EXPECT_EQ(confd_register_data_cb(&context.handle, &cbs), CONFD_ERR) << "a second owner";
     act = callback;
-    proto::DataReply reply;
-    EXPECT_TRUE(decode(confd::answer_call(&context, {callpoint, call, {}, -1, {}}), &reply));
-    return reply;
+    return confd::answer_call(&context, {callpoint, call, {}, -1, {}}).list.at(0);
 }
 
 int reply_text(confd_trans_ctx *tctx, const char *text)
@@ -248,6 +246,61 @@ TEST(Reply, NoneIsAFailureThatSaysWhyAndMissingCallbacksAreNotCalled)
     const Act found = [](confd_trans_ctx *tctx) -> int { return reply_text(tctx, "called"); };
     EXPECT_EQ(ask(DataCall::get_object, found).kind, DataKind::failed);
     EXPECT_EQ(ask(DataCall::get_elem, found, "other").kind, DataKind::failed);
+}
+
+// Lists 0, 1, 2 ...: the walk's calls in order, "n" for a key and "o" for an object.
+std::string walked;
+long last_row;
+std::size_t object_bytes;
+
+int next_key(confd_trans_ctx *tctx, confd_hkeypath_t *, long next)
+{
+    walked += 'n';
+    confd_value_t key = {};
+    key.type = C_INT32;
+    key.val.i32 = static_cast<std::int32_t>(next + 1);
+    if (next == last_row) return confd_data_reply_next_key(tctx, nullptr, 0, -1);
+    return confd_data_reply_next_key(tctx, &key, 1, next + 1);
+}
+
+int object_of_key(confd_trans_ctx *tctx, confd_hkeypath_t *path)
+{
+    walked += 'o';
+    if (path->v[0][0].val.i32 == 1) return CONFD_ERR; // one row fails, alone
+    EXPECT_EQ(path->v[1][0].val.xmltag.tag, 77U) << "the list stands behind the keys";
+    const std::string text(object_bytes, 'x');
+    confd_tag_value_t leaf = {};
+    leaf.v.type = C_STR;
+    leaf.v.val.s = text.c_str();
+    return confd_data_reply_tag_value_array(tctx, &leaf, 1);
+}
+
+proto::DataReplies walk(long last, std::uint16_t rows, bool objects, std::size_t bytes = 1)
+{
+    confd::DaemonContext context = {};
+    confd_data_cbs cbs = {"point", nullptr, next_key, object_of_key, nullptr, nullptr, nullptr};
+    EXPECT_EQ(confd_register_data_cb(&context.handle, &cbs), CONFD_OK);
+    walked.clear();
+    last_row = last;
+    object_bytes = bytes;
+    return confd::answer_call(&context, {"point", DataCall::get_next, {{false, 77, 0, {}}}, -1, {}, rows, objects});
+}
+
+TEST(Walk, KeysAndTheirObjectsComeInOneAnswerUntilItIsFull)
+{
+    const proto::DataReplies all = walk(2, 100, true);
+    EXPECT_EQ(walked, "nononon");
+    ASSERT_EQ(all.list.size(), 7U);
+    EXPECT_EQ(all.list[1].kind, DataKind::object);
+    EXPECT_EQ(all.list[3].kind, DataKind::failed);
+    EXPECT_EQ(all.list[5].kind, DataKind::object);
+    EXPECT_TRUE(all.list[6].kind == DataKind::next_key && all.list[6].keys.empty());
+    EXPECT_EQ(walk(5, 2, true).list.size(), 4U);
+    EXPECT_EQ(walk(5, 3, false).list.back().next, 2) << "where the caller goes on";
+    const proto::DataReplies full = walk(1000, 1000, true, confd::walk_bytes / 4);
+    EXPECT_LT(full.list.size(), 14U);
+    EXPECT_EQ(full.list.back().kind, DataKind::object) << "it pauses between rows";
+    EXPECT_EQ(walk(0, 9, true, proto::max_frame).list[1].kind, DataKind::failed) << "too long for an answer";
 }
 
 } // namespace
