@@ -201,8 +201,8 @@ int tollan_read_val(tollan_ctx * /*ctx*/, const char *path, confd_value_t *value
 COUNT(cdb_exists)
 COUNT(cdb_num_instances)
 
-#define GET(call, type, part)                                                                                          \
-    int call(int /*sock*/, type *rval, const char *fmt, ...)                                                           \
+#define GET(call, target, part)                                                                                        \
+    int call(int /*sock*/, target rval, const char *fmt, ...)                                                          \
     {                                                                                                                  \
         FORMAT(path);                                                                                                  \
         record("cdb: " + path);                                                                                        \
@@ -210,10 +210,10 @@ COUNT(cdb_num_instances)
         if (value != nullptr) *rval = value->val.part;                                                                 \
         return value == nullptr ? CONFD_ERR : CONFD_OK;                                                                \
     }
-GET(cdb_get_ipv4, in_addr, ip)
-GET(cdb_get_ipv4prefix, confd_ipv4_prefix, ipv4prefix)
-GET(cdb_get_u_int16, uint16_t, u16)
-GET(cdb_get_enum_value, int32_t, enumvalue)
+GET(cdb_get_ipv4, in_addr *, ip)
+GET(cdb_get_ipv4prefix, confd_ipv4_prefix *, ipv4prefix)
+GET(cdb_get_u_int16, uint16_t *, u16)
+GET(cdb_get_enum_value, int32_t *, enumvalue)
 
 int cdb_get_case(int /*sock*/, const char *choice, confd_value_t *rcase, const char *fmt, ...)
 {
