@@ -1,6 +1,8 @@
 #ifndef GW_SERVICE_DESCRIPTOR_H
 #define GW_SERVICE_DESCRIPTOR_H
 
+#include <utility>
+
 #include <unistd.h>
 
 namespace service {
@@ -9,8 +11,12 @@ namespace service {
 struct Descriptor {
     Descriptor() = default;
     explicit Descriptor(int opened) : fd(opened) {}
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
+    Descriptor(Descriptor &&other) noexcept : fd(std::exchange(other.fd, -1)) {}
+    Descriptor &operator=(Descriptor &&other) noexcept
+    {
+        std::swap(fd, other.fd);
+        return *this;
+    }
     ~Descriptor()
     {
         if (fd >= 0) close(fd);

@@ -4,37 +4,16 @@
 
 #include <sstream>
 #include <string>
-#include <unistd.h>
-#include <utility>
 
 #include <gtest/gtest.h>
 
 #include "protocol/client.h"
-#include "protocol/frame.h"
+#include "service/stream.h"
 
 namespace fakes {
 
-struct Handle { // closes what it holds
-    int fd = -1;
-    Handle() = default;
-    explicit Handle(int descriptor) : fd(descriptor) {}
-    Handle(Handle &&other) noexcept : fd(std::exchange(other.fd, -1)) {}
-    Handle &operator=(Handle &&other) noexcept
-    {
-        std::swap(fd, other.fd);
-        return *this;
-    }
-    ~Handle()
-    {
-        if (fd >= 0) close(fd);
-    }
-};
-
-struct Message {
-    proto::Op op = proto::Op::error;
-    std::uint32_t id = 0;
-    std::string payload;
-};
+using Handle = service::Descriptor;
+using service::Message;
 
 // What a message or frame carries; a failed expectation if it is no such record.
 template <typename Record, typename Message> Record decoded(const Message &message)

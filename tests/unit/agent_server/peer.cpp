@@ -6,9 +6,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
@@ -25,16 +22,11 @@ constexpr std::chrono::seconds patience{10};
 // Whatever has arrived becomes messages. False when the agent has closed.
 bool receive(Peer &peer)
 {
-    char bytes[65536];
-    const ssize_t n = recv(peer.socket.fd, bytes, sizeof bytes, 0);
-    if (n <= 0) return false;
-    peer.in.append(bytes, static_cast<std::size_t>(n));
-    proto::Frame frame;
-    std::size_t used = 0;
-    while (proto::next_frame(peer.in, &frame, &used) == proto::Parse::complete) {
-        peer.messages.push_back({frame.op, frame.id, std::string(frame.payload)});
-        peer.in.erase(0, used);
-    }
+    std::string why;
+    if (service::receive_some(&peer.stream, &why) == service::Moved::lost) return false;
+    Message message;
+    while (service::take_message(&peer.stream, &message) == proto::Parse::complete)
+        peer.messages.push_back(message);
     return true;
 }
 
@@ -71,10 +63,7 @@ void answer(Application &app, const Message &message)
         status = app.verdicts[app.asked.back()];
     }
     std::string payload = proto::encode(status);
-    if (message.op == proto::Op::call_data) {
-        const auto call = decoded<proto::CallData>(message);
-        payload = proto::encode(provided(app, call));
-    }
+    if (message.op == proto::Op::call_data) payload = proto::encode(provided(app, decoded<proto::CallData>(message)));
     send_bytes(app.peer, proto::make_frame(proto::Op::reply, message.id, payload));
 }
 
@@ -87,8 +76,8 @@ bool pump(Peer *peer, Application *app, int ms, bool *quiet = nullptr)
         answer(*app, message);
     }
     pollfd fds[] = {
-        {peer != nullptr ? peer->socket.fd : -1,    POLLIN, 0},
-        {app != nullptr ? app->peer.socket.fd : -1, POLLIN, 0}
+        {peer != nullptr ? peer->stream.socket.fd : -1,    POLLIN, 0},
+        {app != nullptr ? app->peer.stream.socket.fd : -1, POLLIN, 0}
     };
     const int ready = poll(fds, 2, ms);
     if (quiet != nullptr) *quiet = ready <= 0;
@@ -100,8 +89,7 @@ bool pump(Peer *peer, Application *app, int ms, bool *quiet = nullptr)
 
 void hang_up(Peer &peer)
 {
-    peer.socket = {};
-    peer.in.clear();
+    service::close_stream(&peer.stream);
     peer.messages.clear();
 }
 
@@ -119,11 +107,7 @@ Peer::Peer(proto::Role role)
 bool open_socket(Peer &peer)
 {
     hang_up(peer);
-    peer.socket = fakes::Handle(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const int on = 1;
-    setsockopt(peer.socket.fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    const sockaddr_in address{AF_INET, htons(port()), {htonl(INADDR_LOOPBACK)}, {}};
-    return ::connect(peer.socket.fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    return service::connect_stream(&peer.stream, port(), 0) == 0;
 }
 
 void connect(Peer &peer, proto::Role role)
@@ -135,14 +119,15 @@ void connect(Peer &peer, proto::Role role)
 
 bool send_bytes(Peer &peer, const std::string &bytes)
 {
-    const ssize_t n = ::send(peer.socket.fd, bytes.data(), bytes.size(), MSG_NOSIGNAL); // blocks until all is taken
+    const ssize_t n =
+        ::send(peer.stream.socket.fd, bytes.data(), bytes.size(), MSG_NOSIGNAL); // blocks until all is taken
     return n == static_cast<ssize_t>(bytes.size());
 }
 
 std::uint32_t send(Peer &peer, proto::Op op, const Payload &payload)
 {
-    send_bytes(peer, proto::make_frame(op, ++peer.last_id, payload.bytes));
-    return peer.last_id;
+    send_bytes(peer, proto::make_frame(op, ++peer.stream.last_id, payload.bytes));
+    return peer.stream.last_id;
 }
 
 Message await(Peer &peer, const std::function<bool(const Message &)> &wanted)
@@ -195,7 +180,7 @@ bool join(Application &app)
 
 void serve(Application &app, int quiet_ms)
 {
-    for (bool quiet = false; app.peer.socket.fd >= 0 && !quiet;)
+    for (bool quiet = false; app.peer.stream.socket.fd >= 0 && !quiet;)
         pump(nullptr, &app, quiet_ms, &quiet);
 }
 

@@ -6,8 +6,8 @@
 #include <sys/types.h>
 
 #include <cstdint>
-#include <deque>
 #include <functional>
+#include <list>
 #include <map>
 #include <string>
 #include <vector>
@@ -31,11 +31,9 @@ struct Application;
 struct Peer {
     Peer() = default;
     explicit Peer(proto::Role role); // connected
-    fakes::Handle socket;
-    Application *app = nullptr; // goes on answering while this one waits
-    std::string in;
-    std::uint32_t last_id = 0;
-    std::deque<Message> messages; // that came and nobody took
+    service::Stream stream;
+    Application *app = nullptr;  // goes on answering while this one waits
+    std::list<Message> messages; // that came and nobody took
 };
 
 struct Application {

@@ -283,7 +283,8 @@ proto::DataReplies walk(long last, std::uint16_t rows, bool objects, std::size_t
     walked.clear();
     last_row = last;
     object_bytes = bytes;
-    return confd::answer_call(&context, {"point", DataCall::get_next, {{false, 77, 0, {}}}, -1, {}, rows, objects});
+    const proto::KeyPath list(1, {false, 77, 0, {}});
+    return confd::answer_call(&context, {"point", DataCall::get_next, list, -1, {}, rows, objects});
 }
 
 TEST(Walk, KeysAndTheirObjectsComeInOneAnswerUntilItIsFull)
