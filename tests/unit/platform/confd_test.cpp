@@ -278,7 +278,10 @@ int object_of_key(confd_trans_ctx *tctx, confd_hkeypath_t *path)
 proto::DataReplies walk(long last, std::uint16_t rows, bool objects, std::size_t bytes = 1)
 {
     confd::DaemonContext context = {};
-    confd_data_cbs cbs = {"point", nullptr, next_key, object_of_key, nullptr, nullptr, nullptr};
+    confd_data_cbs cbs = {};
+    std::memcpy(cbs.callpoint, "point", sizeof "point");
+    cbs.get_next = next_key;
+    cbs.get_object = object_of_key;
     EXPECT_EQ(confd_register_data_cb(&context.handle, &cbs), CONFD_OK);
     walked.clear();
     last_row = last;
