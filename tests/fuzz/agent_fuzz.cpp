@@ -15,7 +15,6 @@
 #include "agent/agent.h"
 #include "agent/dispatch.h"
 #include "agent/model/render.h"
-#include "agent/unconfirmed.h"
 #include "quiet.h"
 #include "target.h"
 
@@ -31,12 +30,6 @@ struct ServerState {
 void ServerDelete::operator()(ServerState *state) const
 {
     delete state;
-}
-
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is the server's, which keeps them
-Server open_server(const Loop & /*loop*/, std::uint16_t /*port*/, ServerEvents /*events*/, std::string * /*error*/)
-{
-    return Server(new ServerState);
 }
 
 bool send_frame(const Server &server, PeerId peer, proto::Op op, std::uint32_t id, std::string_view payload)
@@ -75,36 +68,21 @@ constexpr std::size_t peer_count = std::size(roles);
 struct Bench {
     Folder folder;
     agent::Agent agent;
-    agent::Version first; // what every session begins with
     agent::PeerId peers[peer_count] = {};
     agent::PeerId last_peer = 0;
     std::uint32_t last_id = 0;
-
-    Bench()
-    {
-        agent.options = {GW_SOURCE_DIR "/yang", folder.path, GW_SOURCE_DIR "/agent/factory.json", 0, false};
-        std::string error;
-        require(start_agent(agent, &error));
-        first = agent.store.running;
-    }
 };
 
-struct Step {
-    std::size_t peer;
-    bool unanswered;
-    unsigned char operation;
-    std::string payload;
-};
-
-bool take_step(std::string_view *input, Step *step)
+// As start_agent() does in an empty folder, with the server's place taken.
+void start(Bench &bench)
 {
-    if (input->size() < 4) return false;
-    const std::uint8_t who = take_byte(input);
-    step->peer = (who & 0x3fU) % peer_count;
-    step->unanswered = (who & 0x40U) != 0;
-    step->operation = take_byte(input);
-    step->payload = take_sized(input);
-    return true;
+    agent::Agent &agent = bench.agent;
+    std::string error;
+    agent.loop = agent::open_loop();
+    agent.server.reset(new agent::ServerState);
+    require(
+        open_datastore(*agent.models, bench.folder.path, GW_SOURCE_DIR "/agent/factory.json", &agent.store, &error));
+    open_oper_store(*agent.models, bench.folder.path, &agent.oper);
 }
 
 void come(Bench &bench, std::size_t at)
@@ -137,26 +115,28 @@ void settle(Bench &bench)
     }
 }
 
-void act(Bench &bench, const Step &step)
+void act(Bench &bench, std::string_view *input)
 {
-    agent::ServerState &server = *bench.agent.server;
-    const agent::PeerId peer = bench.peers[step.peer];
-    if (step.operation == 0) {
-        leave(bench, step.peer);
-        come(bench, step.peer);
-        return;
+    const std::uint8_t who = take_byte(input);
+    const std::size_t at = (who & 0x3fU) % peer_count;
+    const std::uint8_t operation = take_byte(input);
+    const std::string payload = take_sized(input);
+    const auto op = static_cast<Op>(operation);
+    if (operation == 0) {
+        leave(bench, at);
+        come(bench, at);
     }
-    const auto op = static_cast<Op>(step.operation);
-    if (!proto::is_op(step.operation) || op == Op::hello) return; // the server's business
-    std::uint32_t id = step.unanswered ? 0 : ++bench.last_id;
-    auto &questions = server.questions[peer];
+    if (!proto::is_op(operation) || op == Op::hello) return; // the server's business
+    const agent::PeerId peer = bench.peers[at];
+    std::uint32_t id = (who & 0x40U) != 0 ? 0 : ++bench.last_id;
+    auto &questions = bench.agent.server->questions[peer];
     if (op == Op::reply || op == Op::error) {
         id = questions.empty() ? 0xffffffff : questions.front().second;
         if (!questions.empty()) questions.pop_front();
     } else if (id != 0) {
-        server.open.insert({peer, id});
+        bench.agent.server->open.insert({peer, id});
     }
-    frame_came(bench.agent, peer, {op, id, step.payload});
+    frame_came(bench.agent, peer, {op, id, payload});
 }
 
 // Applications first: whoever waits for one gets an answer by that.
@@ -183,35 +163,22 @@ void check_disk(const Bench &bench)
     require(model::identical(stored.tree.get(), store.running.tree.get()));
 }
 
-void start_over(Bench &bench)
-{
-    agent::Agent &agent = bench.agent;
-    forget_unconfirmed(agent);
-    agent.applications.clear();
-    agent.events = {};
-    agent.oper.tree.reset();
-    agent.store.running = bench.first;
-    agent.store.history.clear();
-    agent.store.last_txid = bench.first.stamp.txid;
-    for (const std::string &name : agent::list_files(bench.folder.path)) {
-        if (name != agent::version_name(bench.first.stamp.txid)) agent::remove_file(bench.folder.path, name);
-    }
-    std::string error;
-    agent::link_file(bench.folder.path, agent::version_name(bench.first.stamp.txid), "running.json", &error);
-}
-
 } // namespace
 
 void check(std::string_view input)
 {
-    static Bench bench;
+    static std::string error;
+    static model::ModelsHandle models = model::load(GW_SOURCE_DIR "/yang", &error);
+    Bench bench;
+    bench.agent.models.swap(models); // lent, as loading them takes longest
+    start(bench);
     for (std::size_t at = 0; at < peer_count; at++)
         come(bench, at);
-    for (Step step; take_step(&input, &step);) {
-        act(bench, step);
+    while (input.size() >= 4) {
+        act(bench, &input);
         settle(bench);
     }
     end_session(bench);
-    if (bench.agent.store.last_txid != bench.first.stamp.txid) check_disk(bench);
-    start_over(bench);
+    check_disk(bench);
+    bench.agent.models.swap(models);
 }

@@ -53,20 +53,13 @@ bool next_event(Link * /*link*/, proto::Event *event, Problem *why)
     return proto::decode(next_answer(), event);
 }
 
-// Nothing is waited for, neither files.
-void catch_interrupts() {}
-void release_interrupts() {}
-bool was_interrupted()
-{
-    return false;
-}
-void forget_interrupt() {}
-Wait wait_for(int /*fd*/, short /*events*/, int /*timeout_ms*/)
-{
-    return Wait::interrupted;
-}
-
 } // namespace cli
+
+// Nothing is waited for.
+extern "C" cli::Wait __wrap__ZN3cli8wait_forEisi(int /*fd*/, short /*events*/, int /*timeout_ms*/)
+{
+    return cli::Wait::interrupted;
+}
 
 namespace {
 

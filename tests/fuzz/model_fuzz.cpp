@@ -4,25 +4,9 @@
 #include "agent/model/edit.h"
 #include "agent/model/render.h"
 #include "target.h"
+#include "unit/agent/model_fixture.h"
 
 namespace {
-
-const model::Models &models()
-{
-    static std::string error;
-    static const model::ModelsHandle loaded = model::load(GW_SOURCE_DIR "/yang", &error);
-    require(loaded != nullptr);
-    return *loaded;
-}
-
-proto::Words words_of(const std::string &text)
-{
-    std::istringstream in(text);
-    proto::Words words;
-    for (std::string word; in >> word;)
-        words.push_back(word);
-    return words;
-}
 
 void keypath(const std::string &text)
 {
@@ -42,11 +26,7 @@ void edits(const std::string &text)
     for (std::string line; std::getline(in, line);) {
         const model::Tree before = model::duplicate(tree.get());
         proto::Error error;
-        const bool remove = line.starts_with('-');
-        const proto::Words words = words_of(remove ? line.substr(1) : line);
-        const bool done =
-            remove ? model::remove(models(), &tree, words, &error) : model::set(models(), &tree, words, &error);
-        require(done || (model::identical(before.get(), tree.get()) && !error.text.empty()));
+        require(apply(&tree, line, &error) || (model::identical(before.get(), tree.get()) && !error.text.empty()));
     }
     model::to_tree(tree.get(), true);
 }
@@ -61,7 +41,7 @@ void document(const std::string &text)
 void completion(const std::string &text)
 {
     proto::Complete ask;
-    ask.words = words_of(text);
+    ask.words = words(text);
     if (!text.empty()) ask.partial = text.substr(text.size() / 2);
     model::complete(models(), nullptr, ask);
 }

@@ -10,36 +10,29 @@
 #include "core/base/log.h"
 #include "service/log.h"
 
-inline void format_line(const char *format, va_list arguments)
-{
-    char line[2048];
-    vsnprintf(line, sizeof line, format, arguments);
-}
+// What a function's `format` and the arguments behind it make.
+#define DROP_LINE                                                                                                      \
+    char line[2048];                                                                                                   \
+    va_list arguments;                                                                                                 \
+    va_start(arguments, format);                                                                                       \
+    vsnprintf(line, sizeof line, format, arguments);                                                                   \
+    va_end(arguments)
 
 void open_log() {}
 
 void log_guarded(int /*level*/, const char *format, ...)
 {
-    va_list arguments;
-    va_start(arguments, format);
-    format_line(format, arguments);
-    va_end(arguments);
+    DROP_LINE;
 }
 
 void log_always(int /*level*/, const char *format, ...)
 {
-    va_list arguments;
-    va_start(arguments, format);
-    format_line(format, arguments);
-    va_end(arguments);
+    DROP_LINE;
 }
 
 void log_trace(int /*level*/, TracePoint /*point*/, const char *format, ...)
 {
-    va_list arguments;
-    va_start(arguments, format);
-    format_line(format, arguments);
-    va_end(arguments);
+    DROP_LINE;
 }
 
 void service::open_log(const char * /*name*/, bool /*echo*/) {}

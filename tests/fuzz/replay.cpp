@@ -1,10 +1,8 @@
 // Feeds every file of a folder to a fuzz target, so that what was once found stays found without libFuzzer.
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
+
+#include "fakes/files.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
@@ -16,8 +14,7 @@ int main(int argc, char **argv)
     }
     int files = 0;
     for (const auto &entry : std::filesystem::directory_iterator(argv[1])) {
-        std::ifstream in(entry.path(), std::ios::binary);
-        const std::string bytes{std::istreambuf_iterator<char>(in), {}};
+        const std::string bytes = fakes::read_file(entry.path());
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
         files++;
     }
