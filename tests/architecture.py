@@ -7,7 +7,6 @@ The arrows below are the architecture: a folder may include itself and what stan
 """
 import pathlib
 import re
-import subprocess
 import sys
 
 PLATFORM = {'platform/include'}
@@ -42,12 +41,7 @@ MAX_SOURCE, MAX_FUNCTION = 500, 80
 
 def module_of(path):
     """The longest folder of ARROWS that holds the path."""
-    parts = path.split('/')
-    for depth in range(len(parts) - 1, 0, -1):
-        folder = '/'.join(parts[:depth])
-        if folder in ARROWS or folder in FREE:
-            return folder
-    return None
+    return max((folder for folder in (*ARROWS, *FREE) if path.startswith(folder + '/')), key=len, default=None)
 
 
 def included(tree, source, text):
@@ -61,14 +55,9 @@ def included(tree, source, text):
 
 def long_functions(text):
     """(first line, length) of top-level bodies above the cap; the formatter puts their braces into column 0."""
-    start = None
-    for number, line in enumerate(text.splitlines(), 1):
-        if line == '{':
-            start = number
-        elif line == '}' and start is not None:
-            if number - start - 1 > MAX_FUNCTION:
-                yield start, number - start - 1
-            start = None
+    for body in re.finditer(r'^{\n(.*?)^}$', text, re.M | re.S):
+        if body[1].count('\n') > MAX_FUNCTION:
+            yield text.count('\n', 0, body.start()) + 1, body[1].count('\n')
 
 
 def check(tree, source):
@@ -91,12 +80,9 @@ def check(tree, source):
 
 def main():
     tree = pathlib.Path(sys.argv[1])
-    files = subprocess.run(['git', '-C', str(tree), 'ls-files', '--cached', '--others', '--exclude-standard'],
-                           capture_output=True, text=True).stdout.splitlines()
-    if not files:  # an exported tree
-        files = [str(p.relative_to(tree)) for p in tree.rglob('*') if p.is_file() and 'build' not in p.parts]
-    sources = [f for f in files if f.endswith(('.cpp', '.h', '.c')) and (tree / f).is_file()]
-    faults = [fault for source in sorted(sources) for fault in check(tree, source)]
+    files = (path for folder in tree.iterdir() if folder.name != 'build' for path in folder.rglob('*.*'))
+    sources = sorted(str(path.relative_to(tree)) for path in files if path.suffix in ('.cpp', '.h', '.c'))
+    faults = [fault for source in sources for fault in check(tree, source)]
     print('\n'.join(faults) or f'{len(sources)} sources keep to the architecture')
     return 1 if faults or not sources else 0
 
