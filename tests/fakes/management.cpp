@@ -1,13 +1,12 @@
 // Replies of data providers, database reads and notifications.
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
 #include "fakes/platform.h"
 #include "platform/confd/convert.h"
 
-using fakes::outcomes;
-using fakes::record;
-using fakes::shown;
+using namespace fakes;
 using std::to_string;
 
 namespace {
@@ -36,10 +35,11 @@ std::string formatted(const char *format, va_list arguments)
     return text;
 }
 
-template <typename Value> const Value *found(const std::map<std::string, Value> &values, const std::string &path)
+int read_stored(const std::string &path, confd_value_t *value)
 {
-    const auto it = values.find(path);
-    return it == values.end() ? nullptr : &it->second;
+    if (!outcomes.stored.contains(path)) return CONFD_ERR;
+    *value = outcomes.stored[path];
+    return CONFD_OK;
 }
 
 } // namespace
@@ -73,29 +73,23 @@ confd_trans_ctx *fakes::transaction()
 
 confd_value_t fakes::tag(std::uint32_t hash)
 {
-    confd_value_t value{};
-    value.type = C_XMLTAG;
-    value.val.xmltag.tag = hash;
-    return value;
+    return {.type = C_XMLTAG, .val = {.xmltag = {hash, 0}}};
 }
 
 confd_tag_value_t fakes::pair(std::uint32_t tag, confd_vtype type, std::uint64_t number)
 {
-    confd_tag_value_t pair{};
-    pair.tag.tag = tag;
-    pair.v.type = type;
-    pair.v.val.u64 = number;
-    return pair;
+    const confd_value_t value = {.type = type, .val = {.u64 = number}};
+    return {
+        {tag, 0},
+        value
+    };
 }
 
 confd_hkeypath_t fakes::keypath(const Path &elements)
 {
     confd_hkeypath_t path{};
-    for (const auto &element : elements) {
-        for (std::size_t i = 0; i < element.size(); i++)
-            path.v[path.len][i] = element[i];
-        path.len++;
-    }
+    for (const auto &element : elements)
+        std::ranges::copy(element, path.v[path.len++]);
     return path;
 }
 
@@ -113,20 +107,17 @@ int confd_pp_kpath(char *buf, int size, const confd_hkeypath_t * /*path*/)
 
 int confd_data_reply_value(confd_trans_ctx *, const confd_value_t *v)
 {
-    record("reply " + shown(*v));
-    return outcomes.reply;
+    return record("reply " + shown(*v), outcomes.reply);
 }
 
 int confd_data_reply_not_found(confd_trans_ctx *)
 {
-    record("reply not found");
-    return outcomes.reply;
+    return record("reply not found", outcomes.reply);
 }
 
 int confd_data_reply_tag_value_array(confd_trans_ctx *, const confd_tag_value_t *tvs, int n)
 {
-    record("reply array" + pairs(tvs, n));
-    return outcomes.reply;
+    return record("reply array" + pairs(tvs, n), outcomes.reply);
 }
 
 int confd_data_reply_next_key(confd_trans_ctx *, const confd_value_t *v, int num_vals, long next)
@@ -134,26 +125,24 @@ int confd_data_reply_next_key(confd_trans_ctx *, const confd_value_t *v, int num
     std::string text = v == nullptr ? " end" : "";
     for (int i = 0; v != nullptr && i < num_vals; i++)
         text += " " + shown(v[i]);
-    record("reply key" + text + " next " + to_string(next));
-    return outcomes.reply;
+    return record("reply key" + text + " next " + to_string(next), outcomes.reply);
 }
 
 int confd_data_reply_next_object_tag_value_array(confd_trans_ctx *, const confd_tag_value_t *tvs, int n, long next)
 {
-    record("reply next array" + (tvs == nullptr || n == 0 ? " end" : pairs(tvs, n)) + " next " + to_string(next));
-    return outcomes.reply;
+    const std::string text = tvs == nullptr || n == 0 ? " end" : pairs(tvs, n);
+    return record("reply next array" + text + " next " + to_string(next), outcomes.reply);
 }
 
 int confd_data_reply_next_object_array(confd_trans_ctx *, const confd_value_t *v, int n, long next)
 {
-    record(std::string("reply next object") + (v == nullptr || n == 0 ? " end" : "") + " next " + to_string(next));
-    return outcomes.reply;
+    const std::string text = v == nullptr || n == 0 ? " end" : "";
+    return record("reply next object" + text + " next " + to_string(next), outcomes.reply);
 }
 
 int tollan_event_send_notification(tollan_ctx * /*ctx*/, const confd_tag_value_t *values, int n)
 {
-    record("notification" + pairs(values, n));
-    return 0;
+    return record("notification" + pairs(values, n));
 }
 
 // The text that a function's `fmt` and what follows it make.
@@ -166,14 +155,12 @@ int tollan_event_send_notification(tollan_ctx * /*ctx*/, const confd_tag_value_t
 int cdb_cd(int /*sock*/, const char *fmt, ...)
 {
     FORMAT(path);
-    record("cdb_cd " + path);
-    return outcomes.cdb_cd;
+    return record("cdb_cd " + path, outcomes.cdb_cd);
 }
 
 int cdb_set_namespace(int /*sock*/, uint32_t hashed_ns)
 {
-    record("cdb_set_namespace " + hex(hashed_ns));
-    return CONFD_OK;
+    return record("cdb_set_namespace " + hex(hashed_ns));
 }
 
 void confd_trans_seterr(confd_trans_ctx * /*tctx*/, const char *fmt, ...)
@@ -185,18 +172,14 @@ void confd_trans_seterr(confd_trans_ctx * /*tctx*/, const char *fmt, ...)
 int tollan_read_val(tollan_ctx * /*ctx*/, const char *path, confd_value_t *value)
 {
     record(std::string("read: ") + path);
-    const confd_value_t *stored = found(outcomes.stored, path);
-    if (stored != nullptr) *value = *stored;
-    return stored == nullptr ? -1 : 0;
+    return read_stored(path, value);
 }
 
 #define COUNT(call)                                                                                                    \
     int call(int /*sock*/, const char *fmt, ...)                                                                       \
     {                                                                                                                  \
         FORMAT(path);                                                                                                  \
-        record(#call " " + path);                                                                                      \
-        const int *count = found(outcomes.instances, path);                                                            \
-        return count == nullptr ? 0 : *count;                                                                          \
+        return record(#call " " + path, outcomes.instances[path]);                                                     \
     }
 COUNT(cdb_exists)
 COUNT(cdb_num_instances)
@@ -206,9 +189,10 @@ COUNT(cdb_num_instances)
     {                                                                                                                  \
         FORMAT(path);                                                                                                  \
         record("cdb: " + path);                                                                                        \
-        const confd_value_t *value = found(outcomes.stored, path);                                                     \
-        if (value != nullptr) *rval = value->val.part;                                                                 \
-        return value == nullptr ? CONFD_ERR : CONFD_OK;                                                                \
+        confd_value_t value;                                                                                           \
+        const int result = read_stored(path, &value);                                                                  \
+        if (result == CONFD_OK) *rval = value.val.part;                                                                \
+        return result;                                                                                                 \
     }
 GET(cdb_get_ipv4, in_addr *, ip)
 GET(cdb_get_ipv4prefix, confd_ipv4_prefix *, ipv4prefix)
@@ -220,14 +204,11 @@ int cdb_get_case(int /*sock*/, const char *choice, confd_value_t *rcase, const c
     FORMAT(parent);
     const std::string path = parent + "/" + choice;
     record("cdb_get_case " + path);
-    const confd_value_t *value = found(outcomes.stored, path);
-    if (value != nullptr) *rcase = *value;
-    return value == nullptr ? CONFD_ERR : CONFD_OK;
+    return read_stored(path, rcase);
 }
 
 int cdb_set_elem(int /*sock*/, const confd_value_t *val, const char *fmt, ...)
 {
     FORMAT(path);
-    record("cdb_set_elem " + path + " " + shown(*val));
-    return outcomes.cdb_set_elem;
+    return record("cdb_set_elem " + path + " " + shown(*val), outcomes.cdb_set_elem);
 }

@@ -7,8 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-using fakes::outcomes;
-using fakes::record;
+using namespace fakes;
 using std::to_string;
 
 fakes::Outcomes fakes::outcomes;
@@ -21,19 +20,13 @@ void fakes::reset()
 
 confd_value_t fakes::text_value(const char *text)
 {
-    confd_value_t value{};
-    value.type = C_BUF;
-    value.val.buf.ptr = reinterpret_cast<unsigned char *>(const_cast<char *>(text));
-    value.val.buf.size = static_cast<std::uint32_t>(strlen(text));
-    return value;
+    auto *bytes = reinterpret_cast<unsigned char *>(const_cast<char *>(text));
+    return {.type = C_BUF, .val = {.buf = {bytes, static_cast<std::uint32_t>(strlen(text))}}};
 }
 
 confd_value_t fakes::ipv4_value(const char *text)
 {
-    confd_value_t value{};
-    value.type = C_IPV4;
-    inet_pton(AF_INET, text, &value.val.ip);
-    return value;
+    return {.type = C_IPV4, .val = {.ip = {inet_addr(text)}}};
 }
 
 __thread int confd_errno = CONFD_ERR_NOEXISTS;
@@ -56,35 +49,32 @@ int confd_register_data_cb(confd_daemon_ctx * /*dx*/, const confd_data_cbs *cbs)
     if (cbs->get_object != nullptr) calls += " object";
     if (cbs->get_next_object != nullptr) calls += " next-object";
     if (cbs->find_next_object != nullptr) calls += " find-next";
-    record(std::string("provider: ") + cbs->callpoint + calls);
-    return outcomes.refused_callpoint == cbs->callpoint ? CONFD_ERR : CONFD_OK;
+    const bool refused = outcomes.refused_callpoint == cbs->callpoint;
+    return record(std::string("provider: ") + cbs->callpoint + calls, refused ? CONFD_ERR : CONFD_OK);
 }
 
 int cdb_connect(int sock, cdb_sock_type type, const sockaddr *srv, int srv_sz)
 {
     const auto *to = reinterpret_cast<const sockaddr_in *>(srv);
-    record("cdb_connect " + to_string(type) + " " + to_string(ntohl(to->sin_addr.s_addr)) + ":" +
-           to_string(ntohs(to->sin_port)) + " " + to_string(srv_sz) +
-           (fcntl(sock, F_GETFD) == FD_CLOEXEC ? "" : " inherited by commands"));
-    return outcomes.cdb_connect;
+    return record("cdb_connect " + to_string(type) + " " + to_string(ntohl(to->sin_addr.s_addr)) + ":" +
+                      to_string(ntohs(to->sin_port)) + " " + to_string(srv_sz) +
+                      (fcntl(sock, F_GETFD) == FD_CLOEXEC ? "" : " inherited by commands"),
+                  outcomes.cdb_connect);
 }
 
 int cdb_start_session(int /*sock*/, cdb_db_type db)
 {
-    record("cdb_start_session " + to_string(db));
-    return outcomes.start_session;
+    return record("cdb_start_session " + to_string(db), outcomes.start_session);
 }
 
 int cdb_start_session2(int /*sock*/, cdb_db_type db, int flags)
 {
-    record("cdb_start_session2 " + to_string(db) + " " + to_string(flags));
-    return outcomes.start_session;
+    return record("cdb_start_session2 " + to_string(db) + " " + to_string(flags), outcomes.start_session);
 }
 
 int cdb_end_session(int /*sock*/)
 {
-    record("cdb_end_session");
-    return CONFD_OK;
+    return record("cdb_end_session");
 }
 
 int cdb_close(int sock)
@@ -123,18 +113,16 @@ void *timer_mgr_create(int kind, void *(*)(size_t), void (*)(void *), void * /*u
 int zel_link_get(const char *device, LinkInfo *info)
 {
     record(std::string("link: ") + device);
-    const auto found = outcomes.links.find(device);
-    if (found == outcomes.links.end()) return 1;
-    *info = found->second;
+    if (!outcomes.links.contains(device)) return 1;
+    *info = outcomes.links[device];
     return 0;
 }
 
 int zel_execute_output(const char *command, char *output, size_t size)
 {
     record(std::string("output: ") + command);
-    const auto found = outcomes.outputs.find(command);
-    if (found == outcomes.outputs.end()) return 1;
-    snprintf(output, size, "%s", found->second.c_str());
+    if (!outcomes.outputs.contains(command)) return 1;
+    snprintf(output, size, "%s", outcomes.outputs[command].c_str());
     return 0;
 }
 
@@ -148,12 +136,10 @@ int kvr_trap_send(tollan_ctx * /*ctx*/, const char *trap, int one, int bindings,
         text += std::string(" ") + name + "=" + va_arg(arguments, const char *);
     }
     va_end(arguments);
-    record(text);
-    return 0;
+    return record(text);
 }
 
 int zel_link_check(const char *device)
 {
-    record(std::string("check: ") + device);
-    return outcomes.link_check;
+    return record(std::string("check: ") + device, outcomes.link_check);
 }

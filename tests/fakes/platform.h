@@ -14,25 +14,20 @@
 
 namespace fakes {
 
-// The outcome of every call; 0 at start.
+// What calls return, those in the first line by their names, and what else a test orders.
 struct Outcomes {
-    int module_init = 0;
-    int cdb_connect = 0;
-    int start_session = 0;
-    int link_check = 0;
+    int module_init = 0, link_check = 0, cdb_connect = 0, start_session = 0, cdb_cd = 0, cdb_set_elem = 0;
+    int reply = 0;                                             // of every data reply
     int timer_manager = 1;                                     // 0: none
     int ready = 1;                                             // the module of a data provider's transaction
     std::string refused_callpoint{};                           // whose registration fails
     bool run_commands = false;                                 // also runs what system() is given
     std::function<void(const TollanModuleParams &)> on_init{}; // runs inside tollan_module_init
-    int reply = 0;                                             // of every data reply
     std::map<std::string, confd_value_t> stored{};             // what tollan_read_val and cdb_get_* find, by path
     std::map<std::string, int> instances{};                    // of cdb_num_instances and cdb_exists, by path
-    int cdb_set_elem = 0;
-    int cdb_cd = 0;
-    std::map<std::string, LinkInfo> links{};      // what zel_link_get finds, by device
-    std::map<std::string, std::string> outputs{}; // of zel_execute_output, by command; others fail
-    std::function<void(unsigned)> on_wait{};      // with fake_waits: runs in every wait, with its milliseconds
+    std::map<std::string, LinkInfo> links{};                   // what zel_link_get finds, by device
+    std::map<std::string, std::string> outputs{};              // of zel_execute_output, by command; others fail
+    std::function<void(unsigned)> on_wait{}; // with fake_waits: runs in every wait, with its milliseconds
 };
 extern Outcomes outcomes;
 

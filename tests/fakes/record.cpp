@@ -25,10 +25,11 @@ void record_line(int priority, const char *format, va_list arguments)
 
 } // namespace
 
-void fakes::record(std::string event)
+int fakes::record(std::string event, int result)
 {
     const std::lock_guard lock(guard);
     events.push_back(std::move(event));
+    return result;
 }
 
 fakes::Events fakes::taken()

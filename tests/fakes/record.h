@@ -10,8 +10,8 @@ namespace fakes {
 
 using Events = std::vector<std::string>;
 
-void record(std::string event);
-Events taken(); // what was recorded since the last call
+int record(std::string event, int result = 0); // returns the result: that of a replaced call
+Events taken();                                // what was recorded since the last call
 
 } // namespace fakes
 

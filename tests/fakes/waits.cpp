@@ -3,18 +3,13 @@
 #include "fakes/platform.h"
 #include "fakes/record.h"
 
-static void waited(unsigned milliseconds)
-{
-    fakes::record("wait " + std::to_string(milliseconds) + " ms");
-    if (fakes::outcomes.on_wait) fakes::outcomes.on_wait(milliseconds);
-}
-
 void wait_seconds(unsigned seconds)
 {
-    waited(seconds * 1000);
+    wait_milliseconds(seconds * 1000);
 }
 
 void wait_milliseconds(unsigned milliseconds)
 {
-    waited(milliseconds);
+    fakes::record("wait " + std::to_string(milliseconds) + " ms");
+    if (fakes::outcomes.on_wait) fakes::outcomes.on_wait(milliseconds);
 }
