@@ -5,11 +5,9 @@
 #include "fakes/platform.h"
 #include "fakes/transcript.h"
 
-namespace {
+using namespace fakes;
 
-using fakes::outcomes;
-
-void change(const char *when, unsigned enabled, std::uint32_t tag = 0x63481783, confd_vtype type = C_BOOL)
+static void change(const char *when, unsigned enabled, std::uint32_t tag = 0x63481783, confd_vtype type = C_BOOL)
 {
     confd_tag_value_t leaf = fakes::pair(tag, type, enabled);
     fakes::record(std::string("== ") + when);
@@ -21,18 +19,16 @@ TEST(Passthrough, IsSwitchedAsRecorded)
 {
     const std::string lan = "/gw-system:interface/GigabitEthernet{0/0}/ip/address/v4/";
     const std::string wan = "/cellular{1}/details/cellular-";
-    const std::pair<std::string, const char *> leaves[] = {
-        {lan + "ip",              "10.0.0.1"       },
-        {lan + "mask",            "255.255.0.0"    },
-        {wan + "dns-ipv4",        "8.8.8.8"        },
-        {wan + "ipv4-address",    "100.64.1.2"     },
-        {wan + "subnet-mask",     "255.255.255.252"},
-        {wan + "default-gateway", "100.64.1.1"     }
-    };
     g_logger_p = &g_logger;
     fakes::reset();
-    for (const auto &[path, text] : leaves)
-        outcomes.stored[path] = fakes::ipv4_value(text);
+    outcomes.stored = {
+        {lan + "ip",              ipv4_value("10.0.0.1")       },
+        {lan + "mask",            ipv4_value("255.255.0.0")    },
+        {wan + "dns-ipv4",        ipv4_value("8.8.8.8")        },
+        {wan + "ipv4-address",    ipv4_value("100.64.1.2")     },
+        {wan + "subnet-mask",     ipv4_value("255.255.255.252")},
+        {wan + "default-gateway", ipv4_value("100.64.1.1")     }
+    };
     change("on", 1);
     change("another leaf", 0, 0x63481784);
     change("another type", 0, 0x63481783, C_INT32);
@@ -41,7 +37,7 @@ TEST(Passthrough, IsSwitchedAsRecorded)
     close(0);
     change("on, and the next session's descriptor is 0", 1);
     dup2(standard_input, 0);
-    outcomes.stored[wan + "ipv4-address"] = fakes::ipv4_value("0.0.0.0");
+    outcomes.stored[wan + "ipv4-address"] = ipv4_value("0.0.0.0");
     change("no address yet", 1);
     outcomes.stored.erase(wan + "ipv4-address");
     outcomes.stored.erase(lan + "mask");
@@ -70,5 +66,3 @@ TEST(Passthrough, ServesTheLanAgainOnlyWhileOffAndWithFourRoutes)
     }
     fakes::expect_recorded("config/routes.txt");
 }
-
-} // namespace
