@@ -9,8 +9,6 @@
 #include "fakes/platform.h"
 #include "fakes/transcript.h"
 
-namespace {
-
 using fakes::write_file;
 
 TEST(Log, GuardsPrefixesAndEchoes)
@@ -100,5 +98,3 @@ TEST(DebugFile, SwitchesTheDiagnostics)
     }
     fakes::expect_recorded("core/debug_file.txt");
 }
-
-} // namespace

@@ -7,8 +7,6 @@
 #include "fakes/platform.h"
 #include "fakes/transcript.h"
 
-namespace {
-
 TEST(Registration, HandsOverItsTablesAndTheLoop)
 {
     fakes::reset();
@@ -62,5 +60,3 @@ TEST(Registration, StopsAtTheProviderThatIsRefused)
     }
     fakes::expect_recorded("core/providers.txt");
 }
-
-} // namespace

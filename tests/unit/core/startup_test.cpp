@@ -11,24 +11,20 @@
 #include "fakes/transcript.h"
 #include "monitor/monitor_loop.h"
 
-namespace {
+static std::string failing; // the call that fails
+static char fake_base, fake_event;
 
-std::string failing; // the call that fails
-char fake_base, fake_event;
-
-bool succeeds(const std::string &call)
+static bool succeeds(const std::string &call)
 {
     fakes::record(call);
     return call != failing;
 }
 
-std::string call_of_daemon(int stay, int keep)
+static std::string call_of_daemon(int stay, int keep)
 {
     const bool own_pid = g_tarvod_p.load()->pid == getpid();
     return "daemon " + std::to_string(stay) + " " + std::to_string(keep) + (own_pid ? "" : " of another");
 }
-
-} // namespace
 
 extern "C" {
 
@@ -74,10 +70,8 @@ int __wrap_pthread_detach(pthread_t) { return 0; } // the threads are not real
 // clang-format on
 }
 
-namespace {
-
 // Runs the daemon while one call fails.
-void run(const char *failing_call, std::vector<const char *> arguments = {})
+static void run(const char *failing_call, std::vector<const char *> arguments = {})
 {
     fakes::record(std::string("== ") + failing_call);
     for (const char *argument : arguments)
@@ -109,5 +103,3 @@ TEST(Startup, TakesItsStepsInOrderAndTearsDown)
     run("nothing", {"-f"});
     fakes::expect_recorded("core/startup.txt");
 }
-
-} // namespace
