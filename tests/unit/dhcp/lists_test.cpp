@@ -8,8 +8,7 @@
 
 namespace {
 
-using fakes::ipv4_value;
-using fakes::record;
+using namespace fakes;
 using Ranges = std::vector<std::pair<const char *, const char *>>; // an empty high address cannot be read
 
 void show_file(const std::string &path)
@@ -38,27 +37,21 @@ TEST(DhcpLists, WriteOptionsAndBindingsByTheirValuePairs)
     fakes::reset();
     confd_value_t addresses[] = {ipv4_value("10.0.23.1"), ipv4_value("10.0.23.2")};
     const auto list = [&](std::uint32_t size, confd_vtype type = C_LIST) {
-        confd_value_t value{type, {}};
-        value.val.list = {addresses, size};
-        return tag_value(0x61fa2cdb, value);
+        return tag_value(0x61fa2cdb, {.type = type, .val = {.list = {addresses, size}}});
     };
     const auto raw = tag_value(0x1bb6fada, fakes::text_value("10.0.23.1"));
     const auto quoted = tag_value(0x1521542e, fakes::text_value("lan"));
     const auto number = tag_value(0x30d6f2e1, int32_value(-2147483647));
     const auto deliver = [](std::vector<confd_tag_value_t> pairs) {
-        confd_value_t code{C_UINT8, {}};
-        code.val.u8 = 3;
+        confd_value_t code = fakes::pair(0, C_UINT8, 3).v;
         const auto count = static_cast<std::uint16_t>(pairs.size());
         EXPECT_EQ(tarvo_config_dhcp_options(nullptr, MOP_DELETED, 1, &code, count, pairs.data()), CONFD_OK);
         show_file("/tmp/dnsmasq.dhcp_opts");
     };
-    deliver({raw});
-    deliver({quoted});
+    for (const auto &pair : {raw, quoted, list(0), list(1), list(2), list(1, C_BUF)})
+        deliver({pair});
     deliver({number, tag_value(1, raw.v)});
-    for (const std::uint32_t size : {0U, 1U, 2U})
-        deliver({list(size)});
     deliver({});
-    deliver({list(1, C_BUF)});
     deliver({number, raw});
     confd_value_t mac = fakes::text_value("02:11:22:33:44:55");
     confd_tag_value_t pairs[] = {raw, tag_value(0x7971ea23, ipv4_value("10.0.23.50"))};

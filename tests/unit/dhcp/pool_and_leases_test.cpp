@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "core/base/globals.h"
+#include "core/base/tag_values.h"
 #include "dhcp/dhcp_leases.h"
 #include "dhcp/dhcp_pool.h"
 #include "fakes/platform.h"
@@ -30,10 +31,7 @@ time_t __wrap_time(time_t *)
 
 namespace {
 
-using fakes::ask;
-using fakes::ipv4_value;
-using fakes::outcomes;
-using fakes::record;
+using namespace fakes;
 
 enum : std::uint32_t { days = 0x2b27021e, hours = 0x60dd82a5, minutes = 0x48daf5d4 };
 const confd_value_t in_use = fakes::tag(0x114e0517), unused = fakes::tag(0x4de1a5d6), net = fakes::tag(0x7a82c47a);
@@ -44,9 +42,8 @@ constexpr auto statistics = tarvo_show_dhcp_pool_stats_get_elem;
 
 confd_tag_value_t prefix(const char *address, int length, confd_vtype type = C_IPV4PREFIX)
 {
-    confd_tag_value_t pair = fakes::pair(net.val.xmltag.tag, type);
-    pair.v.val.ipv4prefix = {{inet_addr(address)}, static_cast<std::uint8_t>(length)};
-    return pair;
+    const confd_ipv4_prefix value = {{inet_addr(address)}, static_cast<std::uint8_t>(length)};
+    return tag_value(net.val.xmltag.tag, {.type = type, .val = {.ipv4prefix = value}});
 }
 
 void deliver(const char *what, std::vector<confd_tag_value_t> pairs)
