@@ -21,11 +21,9 @@ extern "C" int __wrap_gettimeofday(timeval *time, void *)
     return 0;
 }
 
-namespace {
-
 const std::string folder = "/tmp/tmp/Intf/";
 
-void export_slot(int idx)
+static void export_slot(int idx)
 {
     fakes::record("== slot " + std::to_string(idx));
     now += 600;
@@ -67,5 +65,3 @@ TEST(PsvExport, KeepsRowsUntilTheyArePublished)
     export_slot(6);
     fakes::expect_recorded("monitor/exports.txt");
 }
-
-} // namespace
