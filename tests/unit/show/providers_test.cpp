@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "core/base/globals.h"
+#include "core/base/tag_values.h"
 #include "fakes/platform.h"
 #include "fakes/transcript.h"
 #include "monitor/if_stats.h"
@@ -12,10 +13,8 @@
 
 namespace {
 
-using fakes::ask;
-using fakes::outcomes;
-using fakes::tag;
-using fakes::text_value;
+using namespace fakes;
+using fakes::text_value; // rather than the daemon's own
 using std::string;
 
 enum : std::uint32_t { lan = gw_system_GigabitEthernet, wan = gw_system_Cellular, brief = 1, detail = 0x3aafcb2e };
@@ -25,15 +24,13 @@ const string lan_addresses = " inet addr:10.1.1.1  Bcast:10.1.1.255  Mask:255.25
 
 void set_link_address(const char *address)
 {
-    LinkInfo info{};
+    LinkInfo &info = outcomes.links["wired0"];
     snprintf(info.addr, sizeof info.addr, "%s", address);
     info.link_oper = 0xab;
-    outcomes.links["wired0"] = info;
 }
 
 // The LAN port is up, the modem is off.
-class Providers : public testing::Test {
-protected:
+struct Providers : testing::Test {
     static void SetUpTestSuite()
     {
         ASSERT_EQ(system("ip link add wired0 mtu 1400 address 02:11:22:33:44:55 type veth peer name port0 && "
@@ -68,14 +65,9 @@ void leaf(std::uint32_t leaf_tag, const char *name)
     ask(tarvo_show_rtm_if_get_elem, {{tag(leaf_tag)}, keys});
 }
 
-confd_value_t number(std::int32_t index)
-{
-    return {.type = C_INT32, .val = {.i32 = index}};
-}
-
 void row_after(std::int32_t index, int keys = 1)
 {
-    confd_value_t key = number(index);
+    confd_value_t key = int32_value(index);
     ask(tarvo_if_mib_find_next, {{key}}, 5, &key, keys);
 }
 
@@ -153,7 +145,7 @@ TEST_F(Providers, AnswerTheTable)
 TEST_F(Providers, AnswerTheMib)
 {
     outcomes.ready = 0;
-    ask(tarvo_if_mib_get_object, {{number(1)}});
+    ask(tarvo_if_mib_get_object, {{int32_value(1)}});
     for (const std::int32_t index : {0, 1, 2, INT32_MAX})
         row_after(index);
     ask(tarvo_if_mib_get_next, {}, 1);
@@ -162,7 +154,7 @@ TEST_F(Providers, AnswerTheMib)
     g_logger_p = &g_logger;
     outcomes.reply = -1;
     for (const std::int32_t index : {2, 3, 0, INT32_MIN})
-        ask(tarvo_if_mib_get_object, {{number(index)}});
+        ask(tarvo_if_mib_get_object, {{int32_value(index)}});
     row_after(-1);
     row_after(7, 0);
     ask(tarvo_if_mib_get_next, {}, -1);
@@ -171,7 +163,7 @@ TEST_F(Providers, AnswerTheMib)
 
 TEST_F(Providers, EndTheProcessOnADescriptionOfAnotherType)
 {
-    outcomes.stored[description] = number(1);
+    outcomes.stored[description] = int32_value(1);
     EXPECT_DEATH((dup2(2, 1), object(lan, "0/0", brief)), "^tarvo_show:.* `\\(&description\\)->type == C_BUF'\n$");
     EXPECT_DEATH((dup2(2, 1), row_after(0)), "^tarvo_snmp:");
 }

@@ -7,12 +7,9 @@
 #include "show/if_info.h"
 #include "show/if_map.h"
 
-namespace {
+using namespace fakes;
 
-using fakes::open_descriptors;
-using fakes::write_file;
-
-TEST(InterfaceMap, ChecksKeysAndNames)
+TEST(InterfaceMap, ChecksKeysAndNamesAndGivesKeysTheirDevice)
 {
     EXPECT_TRUE(is_valid_if_port("0/1", gw_system_GigabitEthernet) && is_valid_if_port("1/1", gw_system_Cellular));
     for (const char *key : {"1/0", "0/2", "0/", "0/00", "x0/0", "", static_cast<const char *>(nullptr)})
@@ -23,10 +20,6 @@ TEST(InterfaceMap, ChecksKeysAndNames)
         EXPECT_FALSE(is_valid_ifname(name));
     EXPECT_TRUE(is_cell_1_0("cell_1_01"));
     EXPECT_FALSE(is_cell_1_0("cell_1_1") || is_cell_1_0("cell_1_"));
-}
-
-TEST(InterfaceMap, GivesKeysTheirDevice)
-{
     std::string devices;
     for (const char *key : {"0/0", "1/0", "0", "1/x", "0/1", "1/1", "2/0", "-1/0", "x", ""}) {
         char device[device_name_size] = "unchanged";
@@ -36,13 +29,7 @@ TEST(InterfaceMap, GivesKeysTheirDevice)
     EXPECT_EQ(devices, "wired0|cell_1_0|wired0|cell_1_0|||||||");
 }
 
-TEST(Readers, TakeNumbersOfAnyBase)
-{
-    EXPECT_TRUE(parse_sysfs_number("0x1003\n") == 0x1003 && parse_sysfs_number("017") == 15);
-    EXPECT_TRUE(parse_sysfs_number("up\n") == 0 && is_if_admin_up(nullptr) == 0 && get_if_mtu(nullptr) == 0);
-}
-
-TEST(Readers, AskIfconfigAboutPlainNamesOnly)
+TEST(Readers, TakePlainNamesAndNumbersOfAnyBase)
 {
     char text[16] = "old", small[4] = "old";
     std::filesystem::remove("/sbin/ifconfig");
@@ -54,10 +41,12 @@ TEST(Readers, AskIfconfigAboutPlainNamesOnly)
     read_ifconfig_ipaddr("srcr2", text, sizeof text);
     read_ifconfig_ipaddr("srcr2", small, sizeof small);
     EXPECT_EQ(std::string(text) + " " + small, "192.168.100.100 192");
+    EXPECT_TRUE(parse_sysfs_number("0x1003\n") == 0x1003 && parse_sysfs_number("017") == 15);
+    EXPECT_TRUE(parse_sysfs_number("up\n") == 0 && is_if_admin_up(nullptr) == 0 && get_if_mtu(nullptr) == 0);
 }
 
 // Records what the reader makes of a device's buffers that hold something older.
-void read(const char *device)
+static void read_wan(const char *device)
 {
     char ip[16] = "old", mask[16] = "old", ip6[46] = "old";
     std::uint8_t plen = 9;
@@ -89,13 +78,11 @@ TEST(Readers, TakeTheWanAddressFromTheDataPlane)
         for (std::size_t i = 0; i < std::size(elements); i++)
             if (texts[i] != missing) write_file(std::string("/click/") + elements[i], texts[i]);
         fakes::record("== " + texts[0] + texts[1] + texts[2] + texts[3]);
-        read("cell_1_0");
-        read("cell_1_1");
+        read_wan("cell_1_0");
+        read_wan("cell_1_1");
     }
     EXPECT_EQ(tarvo_read_ip_from_click(nullptr, nullptr, nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(tarvo_read_ip_from_click("srcr2", nullptr, nullptr, nullptr, nullptr), -1);
     EXPECT_EQ(open_descriptors(), before);
     fakes::expect_recorded("show/wan_address.txt");
 }
-
-} // namespace

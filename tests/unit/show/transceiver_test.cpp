@@ -25,12 +25,10 @@ std::uint8_t pointer;
 int failing = none; // transfer
 int transfers;
 
-class Transceiver : public testing::Test {
-protected:
+struct Transceiver : testing::Test {
     void SetUp() override
     {
-        a0.fill(0);
-        a2.fill(0);
+        a0 = a2 = {};
         g_logger_p = &g_logger;
         fakes::write_file("/dev/i2c-2", "");
         fakes::reset();
@@ -58,12 +56,10 @@ void put16(int at, int value) // into A2h
     a2[byte + 1] = static_cast<std::uint8_t>(value);
 }
 
-// clang-format off
 const std::vector<std::uint32_t> readings = {1369685861, 450631388, 1123601225, 2000828587, 72726312, 7};
-const std::vector<std::uint32_t> facts = {
-    202559156, 1679844964, 820311737,  180862443, 335199302, 465193425,  728439639,  447779376,  294542203,
-    850404072, 2023329977, 300239297,  397036642, 188569195, 1702651198, 1853903884, 1863619942, 7};
-// clang-format on
+const std::vector<std::uint32_t> facts = {202559156, 1679844964, 820311737,  180862443,  335199302,  465193425,
+                                          728439639, 447779376,  294542203,  850404072,  2023329977, 300239297,
+                                          397036642, 188569195,  1702651198, 1853903884, 1863619942, 7};
 const std::string no_transfers = "^i2c";
 
 TEST_F(Transceiver, IsReadInTheDocumentedTransfers)
@@ -139,8 +135,7 @@ TEST_F(Transceiver, IsCalibratedByItsOwnConstants)
             put16(76 + 4 * i, slope + i), put16(78 + 4 * i, offset - i); // each pair another
         for (int at = 96; at < 106; at += 2)
             put16(at, reading);
-        SfpDiag raw{};
-        SfpDiag diag{};
+        SfpDiag raw{}, diag{};
         a0[92] = 0x6f;
         ASSERT_EQ(sfp_read_diag(raw), 1);
         a0[92] = 0x10;
