@@ -75,9 +75,8 @@ TEST(Snapshot, DoesNotTakeAFailedReadForNoInterfaces)
 {
     const TreeNode mark = node(NodeKind::error_mark, "ifEntry", "nobody serves this");
     const TreeNode none = node(NodeKind::leaf, "ifNumber", "0");
-    const Tree failed{
-        std::vector{none, mark}
-    };
+    Tree failed;
+    failed.nodes = {none, mark};
     EXPECT_FALSE(snmp::make_snapshot(failed).usable || snmp::make_snapshot({}).usable);
     EXPECT_TRUE(snmp::make_snapshot({{none}}).usable);
     const snmp::Snapshot partly = snmp::make_snapshot(table({mark}));
