@@ -8,8 +8,6 @@
 #include "pat/pat_table.h"
 #include "pat/static_nat.h"
 
-namespace {
-
 using fakes::outcomes;
 using Rules = std::vector<std::array<int, 3>>; // protocol, local port, global port
 enum { no_interface = 7, unreadable = 8 };
@@ -17,7 +15,7 @@ enum { no_interface = 7, unreadable = 8 };
 const std::string rule_list = "ip/nat/inside/source/static/tcp-udp-list";
 const std::string listing = "/click/integrated_router/wan0_pf/mapped_ports";
 
-void load(const Rules &rules)
+static void load(const Rules &rules)
 {
     outcomes = {};
     int &count = outcomes.instances[rule_list];
@@ -53,8 +51,12 @@ TEST(StaticNat, ReplacesTheTableByOneCommandOrLeavesIt)
     full[0][0] = 2;
     load(full);
     load(Rules(31, {2, 65535, 65535}));
+    const auto before = fakes::open_descriptors();
     outcomes.start_session = CONFD_ERR;
     EXPECT_EQ(read_tcp_udp_nat_list({}), -1);
+    outcomes.cdb_connect = CONFD_ERR;
+    EXPECT_EQ(read_tcp_udp_nat_list({}), -1);
+    EXPECT_EQ(fakes::open_descriptors(), before);
     fakes::expect_recorded("pat/static_nat.txt", "^(debug|cdb)");
 }
 
@@ -94,5 +96,3 @@ TEST(PatTable, ServesTheDataPlanesListing)
     fakes::ask(tarvo_show_pat_get_next, {}, 4);
     fakes::expect_recorded("pat/listing.txt");
 }
-
-} // namespace
