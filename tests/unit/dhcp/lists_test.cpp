@@ -6,18 +6,16 @@
 #include "fakes/platform.h"
 #include "fakes/transcript.h"
 
-namespace {
-
 using namespace fakes;
 using Ranges = std::vector<std::pair<const char *, const char *>>; // an empty high address cannot be read
 
-void show_file(const std::string &path)
+static void show_file(const std::string &path)
 {
     record(path + ":\n" + fakes::read_file(path));
 }
 
 // The pool 10.0.23.0/24 and the excluded ranges.
-void store(const Ranges &ranges)
+static void store(const Ranges &ranges)
 {
     const std::string list = "/gw-system:ip/dhcp/excluded-address/excluded-address-range";
     fakes::outcomes = {};
@@ -80,7 +78,7 @@ TEST(DhcpLists, WriteAllExclusionsAnew)
 }
 
 // Of an excluded range, or of a binding if there is no low address.
-void validate(const std::string &low, const char *high)
+static void validate(const std::string &low, const char *high)
 {
     confd_hkeypath_t path = fakes::keypath({{fakes::tag(0x41a4ae0a)}, {ipv4_value(low.c_str())}});
     confd_value_t value = ipv4_value(high);
@@ -110,5 +108,3 @@ TEST(DhcpLists, RefuseWhatLiesOutsideThePoolOrOverlaps)
     validate("10.0.23.3", "10.0.23.3");
     fakes::expect_recorded("dhcp/refusals.txt");
 }
-
-} // namespace
