@@ -18,13 +18,11 @@ extern "C" FILE *__wrap_fopen(const char *path, const char *mode)
     return __real_fopen((std::string(kernel ? "/tmp" : "") + path).c_str(), mode);
 }
 
-namespace {
-
 constexpr const char *net_dev = "/tmp/proc/net/dev";
 constexpr std::uint64_t max = UINT64_MAX;
 using Numbers = std::array<std::uint64_t, 12>;
 
-Numbers shown(int device_index)
+static Numbers shown(int device_index)
 {
     return std::bit_cast<Numbers>(read_current_stats(device_index));
 }
@@ -51,7 +49,7 @@ TEST(IfStats, CountFromTheBaseline)
 }
 
 // A step in which the LAN port has received `octets` and sent three times as many; the modem, oddly, receives no byte.
-void step(std::uint64_t octets, std::uint64_t cellular_packets)
+static void step(std::uint64_t octets, std::uint64_t cellular_packets)
 {
     fakes::write_file(net_dev, "wired0: " + std::to_string(octets) + " 6 1 2 0 0 0 0 " + std::to_string(3 * octets) +
                                    " 12 3 4\ncell_1_0: 0 " + std::to_string(cellular_packets) + "\n");
@@ -106,5 +104,3 @@ TEST(StatsGuard, IsWaitedForFiveTimesAtMost)
     }
     g_stats_guard = 0;
 }
-
-} // namespace
