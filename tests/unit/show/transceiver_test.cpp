@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <numeric>
 #include <span>
 
 #include <gtest/gtest.h>
@@ -64,10 +65,8 @@ const std::string no_transfers = "^i2c";
 
 TEST_F(Transceiver, IsReadInTheDocumentedTransfers)
 {
-    for (unsigned i = 0; i < 256; ++i) {
-        a0[i] = static_cast<std::uint8_t>(i);
-        a2[i] = static_cast<std::uint8_t>(255 - i);
-    }
+    std::iota(a0.begin(), a0.end(), 0);
+    std::iota(a2.rbegin(), a2.rend(), 0);
     ask("temperature", diagnostics, {readings[0]});
     ask("identifier", idprom, {facts[0]});
     fakes::expect_recorded("show/sfp_transfers.txt");
