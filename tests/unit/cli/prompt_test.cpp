@@ -12,10 +12,7 @@
 
 namespace {
 
-struct Step {
-    const char *keys;
-    const char *shown; // then
-};
+using Step = std::pair<const char *, const char *>; // keys, and what is shown then
 
 // Reads until `wanted` was shown and leaves what came behind it; fails after 5 s of silence with what was shown
 // instead.
@@ -47,9 +44,9 @@ int play(const FakeAgent &agent, const std::vector<Step> &steps)
         _exit(127);
     }
     std::string text;
-    for (const Step &step : steps) {
-        EXPECT_EQ(write(terminal, step.keys, strlen(step.keys)), static_cast<ssize_t>(strlen(step.keys)));
-        expect(terminal, step.shown, &text);
+    for (const auto &[keys, shown] : steps) {
+        EXPECT_EQ(write(terminal, keys, strlen(keys)), static_cast<ssize_t>(strlen(keys)));
+        expect(terminal, shown, &text);
         if (testing::Test::HasFailure()) break;
     }
     if (testing::Test::HasFailure()) kill(pid, SIGKILL);

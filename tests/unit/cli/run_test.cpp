@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <tuple>
 
 #include "cli/command.h"
 #include "cli/complete.h"
@@ -47,21 +48,17 @@ TEST_F(Gwcli, ShowsWhatTheWordsSayWithItsAncestors)
                              "\n";
     const std::string view = "Interface     Address  Mask  Admin  Oper  Media  Type  Description\n"
                              "Cellular 1/0  -        -     -      -     LTE    -     -\n";
-    const struct {
-        const char *line;
-        const char *asked;
-        const std::string &out;
-    } rows[] = {
+    const std::tuple<const char *, const char *, const std::string &> rows[] = {
         {"show conf interface-view brief",          "get 0 interface-view|brief",              text},
         {"--set show configuration --defaults",     "get 0 defaults ",                         sets},
         {"show operational /interface-view --json", "get 2 /interface-view",                   json},
         {"--json configure \"show \\\"a b\\\"\"",   "get 1 a b",                               json},
         {"show interface brief Cellular 1/0",       "get 2 interface-view|brief|Cellular|1/0", view},
     };
-    for (const auto &row : rows) {
+    for (const auto &[line, asked, out] : rows) {
         gateway.log.clear();
-        prints(words(row.line), row.out);
-        EXPECT_EQ(gateway.log, std::string(row.asked) + "\n");
+        prints(words(line), out);
+        EXPECT_EQ(gateway.log, std::string(asked) + "\n");
     }
 }
 
@@ -217,11 +214,7 @@ std::string offered(cli::Cli *session, const std::string &line)
 
 TEST(Completion, WithoutAnAgentComesFromTheTable)
 {
-    const struct {
-        unsigned mode;
-        const char *line;
-        const char *offered;
-    } rows[] = {
+    const std::tuple<unsigned, const char *, const char *> rows[] = {
         {cli::in_operation, "sh i",                          "interface ip []"         },
         {cli::in_operation, "watch notifications t",         "traps [traps ]"          },
         {cli::in_operation, "show conf --d",                 "--defaults [--defaults ]"},
@@ -233,9 +226,9 @@ TEST(Completion, WithoutAnAgentComesFromTheTable)
     };
     cli::Cli session;
     session.link.port = 1; // nobody listens there
-    for (const auto &row : rows) {
-        session.mode = row.mode;
-        EXPECT_EQ(offered(&session, row.line), row.offered) << row.line;
+    for (const auto &[mode, line, words] : rows) {
+        session.mode = mode;
+        EXPECT_EQ(offered(&session, line), words) << line;
     }
 }
 
@@ -287,11 +280,7 @@ TEST(Trees, AreIndentedSoThatTheirLinesMakePathsOrSetCommandsOrJson)
 
 TEST(Json, QuotesByTypeAndStaysValidWhateverTheTextIs)
 {
-    const struct {
-        ValueType type;
-        const char *text;
-        const char *json;
-    } rows[] = {
+    const std::tuple<ValueType, const char *, const char *> rows[] = {
         {ValueType::uint64,   "18446744073709551615", "\"18446744073709551615\""},
         {ValueType::int64,    "-1",                   "\"-1\""                  },
         {ValueType::int32,    "007",                  "\"007\""                 },
@@ -300,9 +289,9 @@ TEST(Json, QuotesByTypeAndStaysValidWhateverTheTextIs)
         {ValueType::noexists, "",                     "[null]"                  },
         {ValueType::buf,      "a\nb\xff\\",           "\"a\\nb\\\\xff\\\\\""    },
     };
-    for (const auto &row : rows) {
-        const proto::Tree tree = tree_of(leaf("m:l", row.text, row.type));
-        EXPECT_EQ(cli::json_tree(planted(tree)), std::string("{\"m:l\":") + row.json + "}");
+    for (const auto &[type, text, json] : rows) {
+        const proto::Tree tree = tree_of(leaf("m:l", text, type));
+        EXPECT_EQ(cli::json_tree(planted(tree)), std::string("{\"m:l\":") + json + "}");
     }
 }
 
