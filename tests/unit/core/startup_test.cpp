@@ -48,22 +48,18 @@ int __wrap_pthread_create(pthread_t *, const pthread_attr_t *attributes, void *(
 }
 
 // clang-format off
-using Base = event_base *;
-using Malloc = void *(size_t);
-using Realloc = void *(void *, size_t);
-using Free = void (void *);
 #define REPLACE(type, name, parameters, result) \
     type __wrap_##name parameters { fakes::record(#name); return result; }
 #define REPLACE_FAILING(type, name, parameters, call, result, failure) \
     type __wrap_##name parameters { return succeeds(call) ? (result) : (failure); }
-REPLACE(void, event_set_mem_functions, (Malloc *, Realloc *, Free *), )
+REPLACE(void, event_set_mem_functions, (...), )
 REPLACE(int, event_add, (event *, const timeval *), -1) // makes no difference
 REPLACE(int, event_base_dispatch, (event_base *), 1)
 REPLACE(void, event_free, (event *), )
 REPLACE(void, event_base_free, (event_base *), )
 REPLACE(void, _Z19psv_stats_file_initv, (), )
 REPLACE(void, _Z15read_debug_infov, (), )
-REPLACE_FAILING(Base, event_base_new, (), "event_base_new", reinterpret_cast<event_base *>(&fake_base), nullptr)
+REPLACE_FAILING(event_base *, event_base_new, (), "event_base_new", reinterpret_cast<event_base *>(&fake_base), nullptr)
 REPLACE_FAILING(int, daemon, (int stay, int keep), call_of_daemon(stay, keep), 0, (errno = EPERM, -1))
 REPLACE_FAILING(int, pthread_setname_np, (pthread_t, const char *name), std::string("name ") + name, 0, -1)
 int __wrap_pthread_detach(pthread_t) { return 0; } // the threads are not real
