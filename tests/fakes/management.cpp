@@ -96,8 +96,7 @@ confd_hkeypath_t fakes::keypath(const Path &elements)
 const char *confd_hash2str(uint32_t hash)
 {
     static std::string name;
-    name = hex(hash);
-    return name.c_str();
+    return (name = hex(hash)).c_str();
 }
 
 int confd_pp_kpath(char *buf, int size, const confd_hkeypath_t * /*path*/)
