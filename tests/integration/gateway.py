@@ -48,13 +48,6 @@ def rule(number, protocol, address, local, port):
     return [f'set {NAT} {number} {leaf} {value}' for leaf, value in leaves.items()]
 
 
-def devices():
-    """The devices that validation and the address script look for."""
-    for name in ('wired0', 'srcr2', 'cell_1_0'):
-        run('ip', 'link', 'add', name, 'type', 'veth', 'peer', 'name', name + '_p')
-        run('ip', 'link', 'set', name, 'up')
-
-
 class Console:
     """What an operator can ask of a running gateway and tell it."""
 
@@ -129,8 +122,9 @@ class Gateway(Console):
     def __init__(self):
         self.children = []
         self.agent = self.daemon = None
-        if not os.path.exists('/sys/class/net/wired0'):
-            devices()
+        for name in ('wired0', 'srcr2', 'cell_1_0'):  # that validation and the address script look for
+            if not os.path.exists(f'/sys/class/net/{name}'):
+                run('ip', 'link', 'add', name, 'up', 'type', 'veth', 'peer', 'name', name + '_p')
         shutil.rmtree(STATE, ignore_errors=True)
         for log in (SYSLOG, SCRIPT_LOG):
             log.unlink(missing_ok=True)
@@ -178,6 +172,14 @@ class Gateway(Console):
     def agent_answers():
         with socket.socket() as probe:
             return probe.connect_ex(('127.0.0.1', PORT)) == 0
+
+
+class GatewayTest(unittest.TestCase):
+    """A gateway of its own for each case."""
+
+    def setUp(self):
+        self.gw = Gateway()
+        self.addCleanup(self.gw.close)
 
 
 def frame(op, request, payload=b''):

@@ -8,11 +8,10 @@ import socket
 import struct
 import subprocess
 import time
-import unittest
 import unittest.mock
 
 from faults import full, small_disk
-from gateway import BIN, DHCP, EXCLUDED, LAN, PORT, STATE, Gateway, Peer, hello, wait_for
+from gateway import BIN, DHCP, EXCLUDED, LAN, PORT, STATE, GatewayTest, Peer, hello, wait_for
 
 FIRST, ADDRESS = [f'set {LAN} ip 10.1.1.1', f'set {LAN} mask 255.255.255.0'], f'set {LAN} ip 10.1.1.{{}}'
 POOL, BINDING = f'set {DHCP}', f'set {DHCP} mac-binding 02:aa:00:00:00:{{0}} fixed-address 10.0.23.{{0}}'
@@ -25,11 +24,7 @@ GET, REPLY, GET_RUNNING = 16, 128, struct.pack('>BBI', 0, 1, 0)
 CLOCK, DAY = pathlib.Path('/run/clock_step'), 86400
 
 
-class AgentTest(unittest.TestCase):
-    def setUp(self):
-        self.gw = Gateway()
-        self.addCleanup(self.gw.close)
-
+class AgentTest(GatewayTest):
     def expect_step(self, number):
         self.assertIn(f' ip 10.1.1.{number}\n', self.gw.configuration())
         self.gw.in_step()

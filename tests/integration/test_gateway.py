@@ -1,16 +1,11 @@
 """A committed LAN address reaches the appliance; what is refused leaves everything as it was."""
 import os
 import subprocess
-import unittest
 
-from gateway import BIN, LAN, Gateway, wait_for
+from gateway import BIN, LAN, GatewayTest, wait_for
 
 
-class GatewayTest(unittest.TestCase):
-    def setUp(self):
-        self.gw = Gateway()
-        self.addCleanup(self.gw.close)
-
+class ServiceTest(GatewayTest):
     def test_address_and_refusals(self):
         self.assertIn('Connection refused', self.gw.cli('show', 'configuration', check=False).stderr)
         gw = self.gw.up()
@@ -38,7 +33,8 @@ class GatewayTest(unittest.TestCase):
         gw = self.gw
         gw.start_agent()
         self.assertEqual(subprocess.run([BIN / 'tarvod'], timeout=20).returncode, 0)
-        pid = min(wait_for('the detached daemon', self.daemons))  # a command that it forks has its name at first
+        pids = wait_for('the detached daemon', lambda: subprocess.run(['pidof', 'tarvod'], capture_output=True).stdout)
+        pid = min(map(int, pids.split()))  # a command that it forks has its name at first
         try:
             gw.in_step()
             self.assertEqual(os.readlink(f'/proc/{pid}/cwd'), '/')
@@ -46,7 +42,3 @@ class GatewayTest(unittest.TestCase):
             self.assertEqual(gw.script_calls()[-1], '2 0 0 0 10.1.1.1 255.255.255.0')
         finally:
             os.kill(pid, 9)
-
-    @staticmethod
-    def daemons():
-        return [int(pid) for pid in subprocess.run(['pidof', 'tarvod'], capture_output=True, text=True).stdout.split()]

@@ -13,9 +13,7 @@ HEADER = 'port proto address dport hits\n'
 
 class ListsTest(unittest.TestCase):
     lab = Lab()
-
-    def setUp(self):
-        self.client = self.lab.client
+    client = lab.client
 
     def pool(self, prefix, days, minutes):
         self.lab.commit(f'set {DHCP} network dhcp-subnet-prefix {prefix}', f'set {DHCP} lease lease-days {days}',

@@ -22,15 +22,12 @@ class ShowTest(unittest.TestCase):
         entry, = self.lab.shown('interface', 'detail', kind, port)['gw-oper:interface-view']['detail'][kind]
         return {name: int(entry[name]) for name in COUNTERS}
 
-    def counts_like_the_kernel(self, device):
-        return self.detail(device) == kernel(device)
-
     def test_counters(self):
         wait_for('the first sample', lambda: self.detail('cell_1_0')['tx-pkts'], 40)
         for device in DEVICES:
             self.lab.labctl('traffic', device, '2000', '958')
         for device in DEVICES:
-            wait_for(device + ' as the kernel counts', lambda d=device: self.counts_like_the_kernel(d), 30)
+            wait_for(device + ' as the kernel counts', lambda d=device: self.detail(d) == kernel(d), 30)
             self.assertGreaterEqual(self.detail(device)['rx-octets'], 2000 * 1000)
         before = kernel('cell_1_0')['tx-pkts']
         self.lab.cli('clear', 'counters')
