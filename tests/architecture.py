@@ -80,7 +80,7 @@ def check(tree, source):
 
 def main():
     tree = pathlib.Path(sys.argv[1])
-    files = (path for folder in tree.iterdir() if folder.name != 'build' for path in folder.rglob('*.*'))
+    files = (path for folder in tree.glob('[!.]*') if folder.name != 'build' for path in folder.rglob('*.*'))
     sources = sorted(str(path.relative_to(tree)) for path in files if path.suffix in ('.cpp', '.h', '.c'))
     faults = [fault for source in sources for fault in check(tree, source)]
     print('\n'.join(faults) or f'{len(sources)} sources keep to the architecture')
