@@ -14,7 +14,6 @@ namespace proto {
 namespace {
 
 constexpr std::string_view base64_digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr std::uint32_t micros_per_second = 1000000;
 
 std::string address_text(int family, const Value &v)
 {
@@ -71,7 +70,7 @@ std::string duration_text(const Value &v)
         append_field(time, v.duration[3 + i], "HM"[i]);
     if (v.duration[6] != 0) {
         char fraction[32];
-        std::snprintf(fraction, sizeof fraction, "%u.%06uS", v.duration[5], v.duration[6] % micros_per_second);
+        std::snprintf(fraction, sizeof fraction, "%u.%06uS", v.duration[5], v.duration[6]);
         time += fraction;
     } else {
         append_field(time, v.duration[5], 'S');

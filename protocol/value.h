@@ -37,6 +37,7 @@ enum class ValueType : std::uint8_t {
     duration = 71,
 };
 
+inline constexpr std::uint32_t micros_per_second = 1'000'000;
 inline constexpr std::size_t duration_fields = 7; // years, months, days, hours, minutes, seconds, microseconds
 
 // One value; which fields count depends on the type:
@@ -45,7 +46,7 @@ inline constexpr std::size_t duration_fields = 7; // years, months, days, hours,
 //   ipv4, ipv6                      address (network byte order; 4 or 16 bytes)
 //   ipv4prefix                      address, and the prefix length in number
 //   xmltag, xmlbegin, xmlend        tag, ns
-//   duration                        duration
+//   duration                        duration (microseconds below a second)
 //   list                            list (never holds a list)
 struct Value {
     ValueType type = ValueType::noexists;

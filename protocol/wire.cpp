@@ -75,6 +75,7 @@ void get_content(Reader &r, Value &v)
     case ValueType::duration:
         for (std::uint32_t &field : v.duration)
             field = get_u32(r);
+        if (v.duration.back() >= micros_per_second) r.ok = false;
         break;
     case ValueType::list:
         v.list = get_list<Value>(r, get_plain_value, max_list_items);

@@ -224,7 +224,7 @@ bool from_c(const confd_value_t &value, proto::Value *out)
         return true;
     case C_DURATION:
         std::memcpy(out->duration.data(), &value.val.duration, sizeof value.val.duration);
-        return true;
+        return out->duration.back() < proto::micros_per_second;
     case C_LIST:
         return take_list(value.val.list, out);
     default:
