@@ -1,5 +1,6 @@
 // Preloaded into the daemon by `boot --hurry N`: its waits take an N-th of their time, so that hours of its cycles pass
 // in minutes. The daemon's binary is not touched; commands that it runs are not hurried.
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
@@ -19,7 +20,7 @@ long as_nanoseconds(const timespec &time)
 __attribute__((constructor)) void take_orders()
 {
     const char *text = getenv("GW_HURRY");
-    if (text != nullptr && atol(text) > 0) factor = atol(text);
+    if (text != nullptr) factor = std::max(strtol(text, nullptr, 10), 1L);
     unsetenv("LD_PRELOAD");
 }
 
@@ -27,15 +28,15 @@ __attribute__((constructor)) void take_orders()
 
 // The daemon waits for points in monotonic time and nothing else; other kinds of wait keep their length. Interrupted,
 // it waits for the same point again, which is then nearer than it should be by what has passed: no harm here.
-extern "C" int clock_nanosleep(clockid_t clock, int flags, const timespec *until, timespec *rest)
+extern "C" int clock_nanosleep(clockid_t clock_id, int flags, const timespec *req, timespec *rem)
 {
-    timespec near = *until;
-    if (clock == CLOCK_MONOTONIC && flags == TIMER_ABSTIME) {
+    timespec near = *req;
+    if (clock_id == CLOCK_MONOTONIC && flags == TIMER_ABSTIME) {
         timespec now{};
-        clock_gettime(clock, &now);
+        clock_gettime(clock_id, &now);
         const long begin = as_nanoseconds(now);
-        const long end = begin + (as_nanoseconds(*until) - begin) / factor;
+        const long end = begin + (as_nanoseconds(*req) - begin) / factor;
         near = {end / nanoseconds, end % nanoseconds};
     }
-    return syscall(SYS_clock_nanosleep, clock, flags, &near, rest) == 0 ? 0 : errno;
+    return syscall(SYS_clock_nanosleep, clock_id, flags, &near, rem) == 0 ? 0 : errno;
 }
