@@ -106,9 +106,12 @@ DataReply call_once(DaemonContext *context, const confd_data_cbs &cbs, const pro
     if (!run_callback(cbs, call, &transaction.handle, &arena, &path)) {
         return failure("callpoint " + call.callpoint + " does not serve this call");
     }
+    if (!transaction.replied) {
+        transaction.reply = failure(transaction.text.empty() ? "the provider did not answer" : transaction.text);
+        transaction.bytes = encode(transaction.reply).size();
+    }
     *bytes += transaction.bytes;
-    if (transaction.replied) return std::move(transaction.reply);
-    return failure(transaction.text.empty() ? "the provider did not answer" : transaction.text);
+    return std::move(transaction.reply);
 }
 
 // The call for the entry with these keys of the list that is walked.
